@@ -1,0 +1,102 @@
+#pragma once
+
+#include "zan_core/text/zan_string_view.h"
+#include "zan_core/zan_types.h"
+
+#include <string>
+
+/// Owned text: bytes, zero included, in a standard string, whose small-string storage, growth and memory are
+/// its own. Interfaces that keep text take or give one; those that only read take a CZanStringView, to which
+/// it converts. Sizes stay below 2^31. Any change invalidates views of it; out of memory throws what the
+/// standard string throws.
+///
+///     CString Name = "node";
+///     Name = std::move( Name ) + '_' + Suffix;  // grows the one buffer
+class CString
+{
+public:
+    /// Returned by searches that find nothing.
+    static constexpr int32 npos = -1;
+
+    CString() = default;
+
+    /// A copy of the text up to its zero byte. Null gives an empty string.
+    CString( const char* pText );
+
+    /// A copy of Size bytes. Null gives an empty string.
+    CString( const char* pData, uint32 Size );
+
+    /// A copy of the characters. Explicit, because it allocates.
+    explicit CString( CZanStringView View );
+    explicit CString( std::string Text );
+
+    /// A moved-from string is empty.
+    CString( const CString& ) = default;
+    CString( CString&& Other ) noexcept;
+    CString& operator=( const CString& ) = default;
+    CString& operator=( CString&& Other ) noexcept;
+
+    /// View may look at this string.
+    CString& operator=( CZanStringView View );
+    CString& operator=( const char* pText ) { return *this = CZanStringView( pText ); }
+
+    bool IsEmpty() const { return _Text.empty(); }
+    int32 GetSize() const { return static_cast<int32>( _Text.size() ); }
+    const char* GetCharPtr() const { return _Text.c_str(); } ///< Never null, terminated.
+    const std::string& GetString() const { return _Text; }
+    operator CZanStringView() const { return CZanStringView::FromNullTerminated( GetCharPtr(), GetSize() ); }
+
+    /// Requires 0 <= Index < GetSize().
+    char operator[]( int32 Index ) const { return _Text[ static_cast<size_t>( Index ) ]; }
+
+    void Clear() { _Text.clear(); }
+    void Reserve( int32 Size ) { _Text.reserve( static_cast<size_t>( Size ) ); }
+
+    /// View may look at this string.
+    CString& operator+=( CZanStringView View );
+    CString& operator+=( char Char );
+
+    /// Inserts before Position. Requires 0 <= Position <= GetSize(); throws std::out_of_range when past the
+    /// end. View may look at this string.
+    CString& Insert( int32 Position, CZanStringView View );
+    CString& Insert( int32 Position, int32 Count, char Char );
+
+    bool StartsWith( CZanStringView Prefix ) const;
+    bool EndsWith( CZanStringView Suffix ) const;
+
+    /// The last position of Char at or before Pos, or npos. A negative Pos, and one past the end, means the
+    /// last character.
+    int32 FindLast( char Char, int32 Pos = -1 ) const;
+
+    /// The characters from Start up to, not including, the position End, but no further than the first zero
+    /// byte among them. Any arguments: both are cut to the size, and what ends before it starts is empty.
+    CString GetSubstring( int32 Start, int32 End ) const;
+
+private:
+    std::string _Text;
+};
+
+bool operator==( const CString& Left, const CString& Right );
+bool operator==( const CString& Left, CZanStringView Right );
+
+/// Compares as C strings, up to the first zero byte of either side. Null compares as empty.
+bool operator==( const CString& Left, const char* pRight );
+
+/// Concatenation. A temporary string lends the result its buffer, the left one first, so that a chain of sums
+/// grows one buffer; null text adds nothing.
+CString operator+( const CString& Left, const CString& Right );
+CString operator+( const CString& Left, CString&& Right );
+CString operator+( const CString& Left, CZanStringView Right );
+CString operator+( const CString& Left, const char* pRight );
+CString operator+( const CString& Left, char Right );
+CString operator+( CString&& Left, const CString& Right );
+CString operator+( CString&& Left, CString&& Right );
+CString operator+( CString&& Left, CZanStringView Right );
+CString operator+( CString&& Left, const char* pRight );
+CString operator+( CString&& Left, char Right );
+CString operator+( CZanStringView Left, const CString& Right );
+CString operator+( CZanStringView Left, CString&& Right );
+CString operator+( const char* pLeft, const CString& Right );
+CString operator+( const char* pLeft, CString&& Right );
+CString operator+( char Left, const CString& Right );
+CString operator+( char Left, CString&& Right );

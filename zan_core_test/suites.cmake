@@ -1,0 +1,21 @@
+# The suites, in the order in which their cases register: zan_suite( name folder tags... ). A suite's source is
+# zan_core/<folder>/tests/<name>.cpp; every case of it carries one of the tag strings. suite_order.txt says where
+# a new one belongs.
+
+set( ZanSuites "" )
+set( ZanSuiteSources "" )
+macro( zan_suite Name Folder )
+    list( APPEND ZanSuites ${Name} )
+    list( APPEND ZanSuiteSources ${PROJECT_SOURCE_DIR}/zan_core/${Folder}/tests/${Name}.cpp )
+    set( ZanTags_${Name} ${ARGN} )
+endmacro()
+
+zan_suite( zan_catch2_assertions_tests . "[assert]" "[assert][!throws]" )
+zan_suite( string_view text "[string_view]" )
+zan_suite( text_test text "[text]" )
+zan_suite( zan_string_tests text "[string][text][operators]" )
+
+# Suites of our own, behind the others.
+zan_suite( zan_log_tests . "[log]" )
+zan_suite( zan_platform_tests . "[platform]" )
+zan_suite( zan_test_layer_tests . "[zan_test]" )
