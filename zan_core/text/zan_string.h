@@ -56,8 +56,8 @@ public:
     CString& operator+=( CZanStringView View );
     CString& operator+=( char Char );
 
-    /// Inserts before Position. Requires 0 <= Position <= GetSize(); throws std::out_of_range when past the
-    /// end. View may look at this string.
+    /// Inserts before Position; View may look at this string. Requires 0 <= Position <= GetSize(), and throws
+    /// std::out_of_range otherwise.
     CString& Insert( int32 Position, CZanStringView View );
     CString& Insert( int32 Position, int32 Count, char Char );
 

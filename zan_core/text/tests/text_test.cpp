@@ -1,5 +1,6 @@
 #include "zan_test/include/zan_test_catch.h"
 
+#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -114,13 +115,16 @@ TEST_CASE( "CString concatenation", "[text]" )
     REQUIRE( Chained.GetString() == "left+right" );
     REQUIRE( Chained.GetCharPtr() == pBuffer );
 
-    for ( const int32 Room : { 0, 64 } ) // both operands in one buffer, which is outgrown or has room
+    // Both operands in one buffer, which is inline, outgrown by the sum, or has room for it.
+    const std::tuple<const char*, int32> Buffers[] = { { "ab", 0 }, { "past the inline size", 0 },
+        { "ab", 64 } };
+    for ( const auto& Buffer : Buffers )
     {
-        const auto Sum = [ Room ]( auto Add ) {
-            CString Text = MakeText( "0123456789abcdef", Room );
+        const auto Sum = [ &Buffer ]( auto Add ) {
+            CString Text = std::apply( MakeText, Buffer );
             return Add( Text, Text ).GetString();
         };
-        const std::string Twice = "0123456789abcdef0123456789abcdef";
+        const std::string Twice = std::string( std::get<0>( Buffer ) ) + std::get<0>( Buffer );
         REQUIRE( Sum( []( auto& L, auto& R ) { return L + std::move( R ); } ) == Twice );
         REQUIRE( Sum( []( auto& L, auto& R ) { return std::move( L ) + R; } ) == Twice );
         REQUIRE( Sum( []( auto& L, auto& R ) { return std::move( L ) + std::move( R ); } ) == Twice );
@@ -142,6 +146,8 @@ TEST_CASE( "CString Insert", "[text]" )
     REQUIRE( Insert( "0123456789", 5, CZanStringView() ) == "0123456789" );
     REQUIRE( Insert( "", 0, "0123456789" ) == "0123456789" );
     REQUIRE( Insert( "ab", 1, CZanStringView( "\0+", 2 ) ) == std::string( "a\0+b", 4 ) );
+    REQUIRE_THROWS_AS( Insert( "ab", 3, "+" ), std::out_of_range );
+    REQUIRE_THROWS_AS( Insert( "ab", -1, 1, '+' ), std::out_of_range );
     for ( const int32 Room : { 0, 64 } )
     {
         CString Text = MakeText( "0123456789abcdef", Room );
