@@ -3,7 +3,9 @@
 #include "zan_core/text/zan_string_view.h"
 #include "zan_core/zan_types.h"
 
+#include <cstring>
 #include <string>
+#include <utility>
 
 /// Owned text: bytes, zero included, in a standard string, whose small-string storage, growth and memory are
 /// its own. Interfaces that keep text take or give one; those that only read take a CZanStringView, to which
@@ -30,9 +32,9 @@ public:
     explicit CString( CZanStringView View );
     explicit CString( std::string Text );
 
-    /// A moved-from string is empty.
+    /// A moved-from string is empty, but for one that is moved to itself, which stays as it is.
     CString( const CString& ) = default;
-    CString( CString&& Other ) noexcept;
+    CString( CString&& Other ) noexcept = default;
     CString& operator=( const CString& ) = default;
     CString& operator=( CString&& Other ) noexcept;
 
@@ -76,27 +78,171 @@ private:
     std::string _Text;
 };
 
-bool operator==( const CString& Left, const CString& Right );
-bool operator==( const CString& Left, CZanStringView Right );
+inline CString::CString( const char* pText ) : _Text( pText != nullptr ? pText : "" ) {}
+
+inline CString::CString( const char* pData, uint32 Size )
+    : _Text( pData != nullptr ? pData : "", pData != nullptr ? Size : 0 )
+{}
+
+inline CString::CString( CZanStringView View )
+    : CString( View.GetData(), static_cast<uint32>( View.GetSize() ) )
+{}
+
+inline CString::CString( std::string Text ) : _Text( std::move( Text ) ) {}
+
+inline CString& CString::operator=( CString&& Other ) noexcept
+{
+    if ( this != &Other ) // the standard string would be emptied
+    {
+        _Text = std::move( Other._Text );
+    }
+    return *this;
+}
+
+inline CString& CString::operator+=( CZanStringView View )
+{
+    _Text.append( View.GetData(), static_cast<size_t>( View.GetSize() ) );
+    return *this;
+}
+
+inline CString& CString::operator+=( char Char )
+{
+    _Text += Char;
+    return *this;
+}
+
+inline CString CString::GetSubstring( int32 Start, int32 End ) const
+{
+    const int32 First = std::max( std::min( Start, GetSize() ), 0 );
+    const int32 Last = std::max( std::min( End, GetSize() ), First );
+    const CZanStringView Range = CZanStringView( *this ).GetSubstring( First, Last );
+    const int32 ZeroByte = Range.Find( '\0' );
+    return CString( Range.GetData(), static_cast<uint32>( ZeroByte >= 0 ? ZeroByte : Range.GetSize() ) );
+}
+
+inline bool operator==( const CString& Left, const CString& Right )
+{
+    return Left.GetString() == Right.GetString();
+}
+
+inline bool operator==( const CString& Left, CZanStringView Right )
+{
+    return CZanStringView( Left ) == Right;
+}
 
 /// Compares as C strings, up to the first zero byte of either side. Null compares as empty.
-bool operator==( const CString& Left, const char* pRight );
+inline bool operator==( const CString& Left, const char* pRight )
+{
+    return std::strcmp( Left.GetCharPtr(), pRight != nullptr ? pRight : "" ) == 0;
+}
 
-/// Concatenation. A temporary string lends the result its buffer, the left one first, so that a chain of sums
-/// grows one buffer; null text adds nothing.
-CString operator+( const CString& Left, const CString& Right );
-CString operator+( const CString& Left, CString&& Right );
-CString operator+( const CString& Left, CZanStringView Right );
-CString operator+( const CString& Left, const char* pRight );
-CString operator+( const CString& Left, char Right );
-CString operator+( CString&& Left, const CString& Right );
-CString operator+( CString&& Left, CString&& Right );
-CString operator+( CString&& Left, CZanStringView Right );
-CString operator+( CString&& Left, const char* pRight );
-CString operator+( CString&& Left, char Right );
-CString operator+( CZanStringView Left, const CString& Right );
-CString operator+( CZanStringView Left, CString&& Right );
-CString operator+( const char* pLeft, const CString& Right );
-CString operator+( const char* pLeft, CString&& Right );
-CString operator+( char Left, const CString& Right );
-CString operator+( char Left, CString&& Right );
+namespace NZanString::NDetail
+{
+inline CZanStringView ViewOf( const char& Char ) { return CZanStringView( &Char, 1 ); }
+
+inline CString Concatenate( CZanStringView Left, CZanStringView Right )
+{
+    CString Result;
+    Result.Reserve( Left.GetSize() + Right.GetSize() );
+    Result += Left;
+    Result += Right;
+    return Result;
+}
+
+// Both change the operand before they move it away: the other one may look at it.
+
+inline CString Append( CString& Left, CZanStringView Right )
+{
+    Left += Right;
+    return std::move( Left );
+}
+
+inline CString Prepend( CZanStringView Left, CString& Right )
+{
+    Right.Insert( 0, Left );
+    return std::move( Right );
+}
+} // namespace NZanString::NDetail
+
+// Concatenation. A temporary string lends the result its buffer, the left one first, so that a chain of sums
+// grows one buffer; null text adds nothing.
+
+inline CString operator+( const CString& Left, const CString& Right )
+{
+    return NZanString::NDetail::Concatenate( Left, Right );
+}
+
+inline CString operator+( const CString& Left, CString&& Right )
+{
+    return NZanString::NDetail::Prepend( Left, Right );
+}
+
+inline CString operator+( const CString& Left, CZanStringView Right )
+{
+    return NZanString::NDetail::Concatenate( Left, Right );
+}
+
+inline CString operator+( const CString& Left, const char* pRight )
+{
+    return NZanString::NDetail::Concatenate( Left, pRight );
+}
+
+inline CString operator+( const CString& Left, char Right )
+{
+    return NZanString::NDetail::Concatenate( Left, NZanString::NDetail::ViewOf( Right ) );
+}
+
+inline CString operator+( CString&& Left, const CString& Right )
+{
+    return NZanString::NDetail::Append( Left, Right );
+}
+
+inline CString operator+( CString&& Left, CString&& Right )
+{
+    return NZanString::NDetail::Append( Left, Right );
+}
+
+inline CString operator+( CString&& Left, CZanStringView Right )
+{
+    return NZanString::NDetail::Append( Left, Right );
+}
+
+inline CString operator+( CString&& Left, const char* pRight )
+{
+    return NZanString::NDetail::Append( Left, pRight );
+}
+
+inline CString operator+( CString&& Left, char Right )
+{
+    return NZanString::NDetail::Append( Left, NZanString::NDetail::ViewOf( Right ) );
+}
+
+inline CString operator+( CZanStringView Left, const CString& Right )
+{
+    return NZanString::NDetail::Concatenate( Left, Right );
+}
+
+inline CString operator+( CZanStringView Left, CString&& Right )
+{
+    return NZanString::NDetail::Prepend( Left, Right );
+}
+
+inline CString operator+( const char* pLeft, const CString& Right )
+{
+    return NZanString::NDetail::Concatenate( pLeft, Right );
+}
+
+inline CString operator+( const char* pLeft, CString&& Right )
+{
+    return NZanString::NDetail::Prepend( pLeft, Right );
+}
+
+inline CString operator+( char Left, const CString& Right )
+{
+    return NZanString::NDetail::Concatenate( NZanString::NDetail::ViewOf( Left ), Right );
+}
+
+inline CString operator+( char Left, CString&& Right )
+{
+    return NZanString::NDetail::Prepend( NZanString::NDetail::ViewOf( Left ), Right );
+}
