@@ -8,24 +8,42 @@
 
 namespace
 {
+// One site for all failures: a filter on file and line catches every assertion of the process.
+constexpr const char* LogFile = "zan_core/zan_assert";
+constexpr int32 LogLine = 607;
+
+constinit std::atomic<NZanAssert::FFailureHook> GFailureHook = nullptr;
+
 // The flags are plain bytes, so that a site costs no more; threads that fail together meet here only.
 bool IsReported( bool* pReported )
 {
     return std::atomic_ref<bool>( *pReported ).load( std::memory_order_relaxed );
 }
 
-void LogFailure( bool* pReported, const char* pText )
+/// True when a failure of the site goes unseen: it has been logged, and nobody else wants to know.
+bool IsSilent( bool* pReported )
 {
-    std::atomic_ref<bool>( *pReported ).store( true, std::memory_order_relaxed );
+    return IsReported( pReported ) && GFailureHook.load( std::memory_order_relaxed ) == nullptr;
+}
 
-    // One site for all failures: a filter on file and line catches every assertion of the process.
-    ZanLog( SLogSite{ "zan_core/zan_assert", 607, LogCategoryError }, "Assertion failed: %s", pText );
+void Report( bool* pReported, const char* pText )
+{
+    const bool bLogged = !IsReported( pReported );
+    if ( const NZanAssert::FFailureHook pHook = GFailureHook.load( std::memory_order_acquire ) )
+    {
+        pHook( pText, LogFile, LogLine, bLogged );
+    }
+    if ( bLogged )
+    {
+        std::atomic_ref<bool>( *pReported ).store( true, std::memory_order_relaxed );
+        ZanLog( SLogSite{ LogFile, LogLine, LogCategoryError }, "Assertion failed: %s", pText );
+    }
 }
 } // namespace
 
 bool ZanAssertFailed( const char*, int32, int32, bool* pReported, const char* pFormat, ... )
 {
-    if ( IsReported( pReported ) )
+    if ( IsSilent( pReported ) )
     {
         return false;
     }
@@ -36,18 +54,20 @@ bool ZanAssertFailed( const char*, int32, int32, bool* pReported, const char* pF
     const int Length = std::vsnprintf( Buffer, sizeof( Buffer ), pFormat, Arguments );
     va_end( Arguments );
 
-    // Another thread may have reported this site while this one was formatting.
-    if ( !IsReported( pReported ) )
-    {
-        LogFailure( pReported, Length < 0 ? pFormat : Buffer );
-    }
+    // Looks at the flag again: another thread may have reported this site while this one was formatting.
+    Report( pReported, Length < 0 ? pFormat : Buffer );
     return false;
+}
+
+NZanAssert::FFailureHook NZanAssert::SetFailureHook( FFailureHook pHook )
+{
+    return GFailureHook.exchange( pHook, std::memory_order_acq_rel );
 }
 
 void NZanAssert::NDetail::ReportFailure( bool* pReported, const char* pText )
 {
-    if ( !IsReported( pReported ) )
+    if ( !IsSilent( pReported ) )
     {
-        LogFailure( pReported, pText );
+        Report( pReported, pText );
     }
 }

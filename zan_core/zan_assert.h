@@ -40,6 +40,18 @@
 [[gnu::cold, gnu::format( printf, 5, 6 )]] bool ZanAssertFailed(
     const char* pFile, int32 Line, int32 Count, bool* pReported, const char* pFormat, ... );
 
+namespace NZanAssert
+{
+/// Sees every failure, also those of a site that has reported before, which are not logged again. pFile and
+/// Line are those of the log message, pText is what stands in it behind "Assertion failed: ". Called on the
+/// failing thread, before the message is logged.
+using FFailureHook = void ( * )( const char* pText, const char* pFile, int32 Line, bool bLogged );
+
+/// Installs pHook, or none for null, and gives the former one. For self-checks: a failure that runs meanwhile
+/// on another thread may still reach the former hook.
+FFailureHook SetFailureHook( FFailureHook pHook );
+} // namespace NZanAssert
+
 namespace NZanAssert::NDetail
 {
 [[gnu::cold]] void ReportFailure( bool* pReported, const char* pText );

@@ -1,5 +1,9 @@
 #pragma once
 
+#if defined( __unix__ ) || defined( __APPLE__ )
+#include <pthread.h>
+#endif
+
 /// What the library needs of the operating system, and the only place that calls it. POSIX so far; another
 /// system takes its place by its own branch in the source. All functions may be called from any thread.
 namespace NZanPlatform
@@ -14,4 +18,26 @@ void WriteDebugOutput( const char* pText );
 /// Sends the debug output to pSink from now on and gives the former sink, null for the system's own. A null
 /// pSink restores that. A write that runs meanwhile on another thread may still reach the former sink.
 FDebugOutput SetDebugOutput( FDebugOutput pSink );
+
+/// Lets another thread run that waits for this processor. For spinning on what another thread is about to do.
+void YieldThread();
+
+/// A lock for one owner at a time, for short sections; meets std::scoped_lock. The owner may not lock it
+/// again, and unlocks it on the thread that locked it. Static objects are constant-initialised, and so may
+/// be locked while other static objects are built.
+class CSlimLock
+{
+public:
+    constexpr CSlimLock() = default;
+    ~CSlimLock();
+    CSlimLock( const CSlimLock& ) = delete;
+    CSlimLock& operator=( const CSlimLock& ) = delete;
+
+    void lock();
+    bool try_lock();
+    void unlock();
+
+private:
+    pthread_mutex_t _Mutex = PTHREAD_MUTEX_INITIALIZER;
+};
 } // namespace NZanPlatform

@@ -99,7 +99,9 @@ TEST_CASE( "Expecting ASSERT_FAILS_MATCHES with assertions failing with the corr
     "[assert][!throws]" )
 {
     CLogCapture Capture;
-    ASSERT_FAILS_MATCHES( zan_assert( false ), 1 );
+    ASSERT_FAILS_MATCHES( zan_assert( false && "attributes" ), NZanCatch2::HasText( "attributes" ),
+        NZanCatch2::IsFile( "zan_core/zan_assert" ), NZanCatch2::IsLine( 607 ),
+        NZanCatch2::IsLogged( true ) );
     bool bReported = false;
     REQUIRE_FALSE( ZanAssertFailed( "ignored.cpp", 5, 2, &bReported, "attributes" ) );
     REQUIRE( bReported );
@@ -113,3 +115,66 @@ TEST_CASE( "Expecting ASSERT_FAILS_MATCHES with assertions failing with the corr
         REQUIRE( Record.Category == 1 );
     }
 }
+
+#if defined( ZAN_TEST_CAPTURE_ASSERTS )
+
+TEST_CASE( "Captured assertions have to meet the expectation", "[assert]" )
+{
+    using namespace NZanCatch2;
+    CLogCapture Log;
+    CAssertCapture Capture;
+    const auto FailAt = []( int32 Number ) { zan_assert_msg( false, "number %d", Number ); };
+
+    SECTION( "without a failure" )
+    {
+        Capture.Stop();
+        FailAt( 0 );
+        REQUIRE_THAT( Capture, FailsNot() && !Fails() && !Fails( HasText( "" ) ) );
+    }
+    SECTION( "with failures of one site, of which only the first is logged" )
+    {
+        FailAt( 1 );
+        FailAt( 2 );
+        Capture.Stop();
+        REQUIRE_THAT( Capture, !FailsNot() && Fails() );
+        REQUIRE_THAT( Capture, Fails( IsText( "number 1" ) ) && Fails( IsText( "number 2" ) ) );
+        REQUIRE_THAT( Capture, !Fails( IsText( "number" ) ) && Fails( HasText( "number" ) ) );
+        REQUIRE_THAT( Capture, !Fails( IsText( "number 1" ), HasText( "2" ) ) );
+        REQUIRE_THAT( Capture, !Fails( IsLogged( true ), HasText( "2" ) ) );
+        REQUIRE_THAT( Capture, !Fails( IsLine( 1 ) ) && !Fails( IsFile( "zan_assert" ) ) );
+        REQUIRE( GAsserts.GetSize() == 2 );
+    }
+    SECTION( "the inner one sees its own, the outer one both" )
+    {
+        FailAt( 1 );
+        ASSERT_FAILS_WITH( FailAt( 2 ), "number 2" );
+        NO_ASSERT_FAILS( zan_assert( true ) );
+        Capture.Stop();
+        REQUIRE_THAT( Capture, Fails( IsText( "number 1" ) ) && Fails( IsText( "number 2" ) ) );
+    }
+    SECTION( "an exception ends a capture" )
+    {
+        Capture.Stop();
+        REQUIRE_THROWS( [] { ASSERT_FAILS( throw 1 ); }() );
+        FailAt( 1 );
+        REQUIRE( GAsserts.IsEmpty() );
+    }
+}
+
+#else
+
+TEST_CASE( "Assertion marks run what they mark and check nothing", "[assert]" )
+{
+    CLogCapture Log;
+    int32 CallCount = 0;
+    NO_ASSERT_FAILS( zan_assert( CountCalls( CallCount ) < 0 ) );
+    ASSERT_FAILS( CountCalls( CallCount ) );
+    ASSERT_FAILS_WITH( CountCalls( CallCount ), "text" );
+    const int32 Value = ASSERT_FAILS_MATCHES( CountCalls( CallCount ), 1, 2 );
+    REQUIRE( Value == 4 );
+    REQUIRE( Log.GetRecords().size() == 1 );
+    REQUIRE( NZanCatch2::GAsserts.IsEmpty() );
+    REQUIRE( NZanCatch2::GAsserts.GetCapacity() == 1 );
+}
+
+#endif

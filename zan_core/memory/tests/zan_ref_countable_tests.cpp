@@ -1,0 +1,130 @@
+#include "zan_core/memory/zan_ref_countable.h"
+#include "zan_test/include/zan_test_allocator.h"
+#include "zan_test/include/zan_test_catch.h"
+#include "zan_test/include/zan_test_logger.h"
+#include "zan_test/include/zan_test_types.h"
+
+#include <stdexcept>
+#include <thread>
+
+using namespace NZanTestUtils;
+
+namespace
+{
+struct SCounted : CZanRefCountable
+{
+    explicit SCounted( SLifeCounters& Counters ) : _Life( &Counters ) {}
+
+    SMovable _Life;
+};
+
+struct SOtherBase
+{
+    virtual ~SOtherBase() = default;
+
+    int64 _Data[ 4 ] = {};
+};
+
+// Counted by its second base, which therefore does not stand at the start of the block.
+struct SAllocated : SOtherBase, CZanAllocatedRefCountable
+{
+    SAllocated( CZanAllocator& Allocator, SLifeCounters& Counters, bool bThrow = false )
+        : CZanAllocatedRefCountable( Allocator ), _Life( &Counters )
+    {
+        if ( bThrow )
+        {
+            throw std::runtime_error( "no" );
+        }
+    }
+
+    SMovable _Life;
+};
+} // namespace
+
+TEST_CASE( "CZanRefCountable ends with its last reference", "[ref_countable]" )
+{
+    SLifeCounters Counters;
+    const SCounted* const pObject = new SCounted( Counters );
+    REQUIRE( pObject->GetReferenceCount() == 0 );
+    pObject->AddReference();
+    pObject->AddReference();
+    const SCounted Copy = *pObject;
+    REQUIRE( Copy.GetReferenceCount() == 0 );
+
+    pObject->ReleaseReference();
+    REQUIRE( pObject->GetReferenceCount() == 1 );
+    REQUIRE( Counters.GetLiveCount() == 2 );
+    pObject->ReleaseReference();
+    REQUIRE( Counters.GetLiveCount() == 1 );
+}
+
+TEST_CASE( "CZanRefCountable assignment keeps the references of the target", "[ref_countable]" )
+{
+    SLifeCounters Counters;
+    SCounted Target( Counters );
+    Target.AddReference();
+    Target = SCounted( Counters );
+    REQUIRE( Target.GetReferenceCount() == 1 );
+}
+
+TEST_CASE( "CZanAllocatedRefCountable frees the block it was built in", "[ref_countable]" )
+{
+    CZanTestAllocator Allocator;
+    SLifeCounters Counters;
+    SAllocated* const pObject = ZanNewAllocated<SAllocated>( Allocator, Counters );
+    REQUIRE( Allocator.GetTotalAllocationByteCount() == sizeof( SAllocated ) );
+    const CZanAllocatedRefCountable* const pBase = pObject;
+    REQUIRE( static_cast<const void*>( pBase ) != static_cast<const void*>( pObject ) );
+
+    pBase->AddReference();
+    pObject->AddReference();
+    pObject->ReleaseReference();
+    REQUIRE( Allocator.GetTotalDeallocationCount() == 0 );
+    pBase->ReleaseReference();
+    REQUIRE( Counters.GetLiveCount() == 0 );
+    REQUIRE( Allocator.GetTotalAllocationCount() == 1 );
+    REQUIRE( Allocator.GetTotalDeallocationCount() == 1 );
+    REQUIRE( Allocator.GetCurrentAllocationCount() == 0 );
+}
+
+TEST_CASE( "ZanNewAllocated gives the block back when the constructor throws", "[ref_countable]" )
+{
+    CZanTestAllocator Allocator;
+    SLifeCounters Counters;
+    REQUIRE_THROWS( ZanNewAllocated<SAllocated>( Allocator, Counters, true ) );
+    REQUIRE( Allocator.GetTotalAllocationCount() == 1 );
+    REQUIRE( Allocator.GetCurrentAllocationCount() == 0 );
+    REQUIRE( Counters.GetLiveCount() == 0 );
+}
+
+TEST_CASE( "CZanRefCountable is released once by threads that share it", "[ref_countable]" )
+{
+    SLifeCounters Counters;
+    const SCounted* const pObject = new SCounted( Counters );
+    pObject->AddReference();
+    pObject->AddReference();
+    const auto UseAndRelease = [ & ]() {
+        for ( int32 i = 0; i < 1000; ++i )
+        {
+            pObject->AddReference();
+            pObject->ReleaseReference();
+        }
+        pObject->ReleaseReference();
+    };
+    std::thread Other( UseAndRelease );
+    UseAndRelease();
+    Other.join();
+    REQUIRE( Counters._Destructions == 1 );
+}
+
+#if defined( ZAN_CHECK_PRECONDITIONS )
+TEST_CASE( "CZanRefCountable reports a release without a reference", "[ref_countable]" )
+{
+    CLogCapture Log;
+    SLifeCounters Counters;
+    const SCounted Object( Counters );
+    Object.ReleaseReference();
+    REQUIRE( Object.GetReferenceCount() == 0 );
+    REQUIRE( Log.GetOnlyMessage() == "Assertion failed: ReleaseReference of an object without references\n" );
+}
+#endif
