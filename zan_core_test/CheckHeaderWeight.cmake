@@ -4,6 +4,9 @@
 set( Limits
     zan_core/zan_assert.h 1000
     zan_core/text/zan_string_view.h 3000
+    zan_core/containers/zan_array.h 23000
+    zan_core/holders/zan_optional.h 6000
+    zan_core/hashing/zan_unordered_map.h 35000
 )
 
 cmake_path( GET CMAKE_CURRENT_LIST_DIR PARENT_PATH SourceDir )

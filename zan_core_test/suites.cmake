@@ -25,6 +25,7 @@ zan_suite( zan_string_tests text "[string][text][operators]" )
 
 # Suites of our own, behind the others.
 zan_suite( zan_allocator_tests memory "[allocator]" )
+zan_suite( zan_expects_tests . "[expects]" )
 zan_suite( zan_log_tests . "[log]" )
 zan_suite( zan_platform_tests . "[platform]" )
 zan_suite( zan_ref_countable_tests memory "[ref_countable]" )
