@@ -843,7 +843,9 @@ T& CZanArray<T, TSize>::AppendEmplace( TArgs&&... Args )
             return GrowAndEmplace( Size, std::forward<TArgs>( Args )... );
         }
     }
-    T* const pNew = NZanArray::NDetail::ConstructAt( pData + Size, std::forward<TArgs>( Args )... );
+    // Unsigned, for it takes no instruction to extend.
+    T* const pNew = NZanArray::NDetail::ConstructAt(
+        pData + static_cast<std::make_unsigned_t<TSize>>( Size ), std::forward<TArgs>( Args )... );
     _Size = Size + 1;
     return *pNew;
 }

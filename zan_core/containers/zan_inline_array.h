@@ -357,6 +357,11 @@ bool CZanInlineBufArray<T, N, TSize, TAllocator>::HasParent( const CZanAllocator
 template <typename T, int32 N, typename TSize, typename TAllocator>
 void CZanInlineBufArray<T, N, TSize, TAllocator>::ReturnToBuffer()
 {
+    if ( IsUsingInternalMemory() )
+    {
+        this->RemoveAll();
+        return;
+    }
     this->LeaveBuffer( _Allocator );
     this->StartOnBuffer( _Allocator );
 }
@@ -376,9 +381,10 @@ void CZanInlineBufArray<T, N, TSize, TAllocator>::TakeFrom( CZanInlineBufArray& 
     }
     else if ( Source._pData != nullptr )
     {
-        this->_pData = nullptr; // the embedded buffer, which needs no freeing
-        this->_Capacity = 0;
-        this->ExchangeBlocks( Source );
+        // Instead of the embedded buffer, which needs no freeing.
+        this->_pData = std::exchange( Source._pData, nullptr );
+        this->_Capacity = std::exchange( Source._Capacity, 0 );
+        this->_Size = std::exchange( Source._Size, 0 );
     }
 }
 

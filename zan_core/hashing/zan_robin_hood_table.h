@@ -418,13 +418,10 @@ auto NZanRobinHoodTable::CIterator<TEntry>::operator++() -> CIterator&
     {
         return *this;
     }
-    // The slot after next exists, as the one before the marker holds no entry. Skipping one empty slot
-    // without a branch halves the mispredicted ones.
-    _pEntry += _pEntry[ 1 ]._Distance == 0 ? 2 : 1;
-    while ( _pEntry->_Distance == 0 )
+    do
     {
         ++_pEntry;
-    }
+    } while ( _pEntry->_Distance == 0 );
     return *this;
 }
 

@@ -7,9 +7,3 @@ bool CZanAllocator::IsInternalMemory( const void* ) const { return false; }
 void* CZanNewDeleteAllocator::Allocate( uint64 Size, uint32 ) { return ::operator new( Size ); }
 
 void CZanNewDeleteAllocator::Free( void* pData ) { ::operator delete( pData ); }
-
-CZanAllocator& GetDefaultAllocator()
-{
-    static CZanNewDeleteAllocator Allocator;
-    return Allocator;
-}

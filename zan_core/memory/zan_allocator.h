@@ -38,4 +38,8 @@ public:
 
 /// The allocator of everything that is not told another one. Built at first use, and so destroyed after every
 /// static object that used it while it was built.
-CZanAllocator& GetDefaultAllocator();
+inline CZanAllocator& GetDefaultAllocator()
+{
+    static CZanNewDeleteAllocator Allocator; // here, so that an array that never needs a block calls nothing
+    return Allocator;
+}

@@ -8,7 +8,6 @@
 
 #include <atomic>
 #include <mutex>
-#include <new>
 
 namespace NZanTestUtils
 {
@@ -60,10 +59,10 @@ private:
     uint64 _TotalDeallocationByteCount = 0;
 };
 
-inline void* CZanTestAllocator::Allocate( uint64 Size, uint32 )
+inline void* CZanTestAllocator::Allocate( uint64 Size, uint32 Alignment )
 {
     const std::scoped_lock Lock( _Lock );
-    void* const pData = ::operator new( Size );
+    void* const pData = GetDefaultAllocator().Allocate( Size, Alignment );
     _CurrentAllocations.Set( pData, Size );
     _AllocationSizes.Append( Size );
     ++_CurrentAllocationCount;
@@ -94,6 +93,6 @@ inline void CZanTestAllocator::Free( void* pData )
     ++_TotalDeallocationCount;
     _CurrentByteCount -= Size;
     _TotalDeallocationByteCount += Size;
-    ::operator delete( pData );
+    GetDefaultAllocator().Free( pData );
 }
 } // namespace NZanTestUtils
