@@ -51,6 +51,7 @@ public:
     /// Requires 0 <= Index < GetSize().
     char operator[]( int32 Index ) const { return _Text[ static_cast<size_t>( Index ) ]; }
 
+    void Swap( CString& Other ) noexcept { _Text.swap( Other._Text ); }
     void Clear() { _Text.clear(); }
     void Reserve( int32 Size ) { _Text.reserve( static_cast<size_t>( Size ) ); }
 
@@ -120,6 +121,8 @@ inline CString CString::GetSubstring( int32 Start, int32 End ) const
     return CString( Range.GetData(), static_cast<uint32>( ZeroByte >= 0 ? ZeroByte : Range.GetSize() ) );
 }
 
+inline void swap( CString& Left, CString& Right ) noexcept { Left.Swap( Right ); }
+
 inline bool operator==( const CString& Left, const CString& Right )
 {
     return Left.GetString() == Right.GetString();
@@ -127,7 +130,8 @@ inline bool operator==( const CString& Left, const CString& Right )
 
 inline bool operator==( const CString& Left, CZanStringView Right )
 {
-    return CZanStringView( Left ) == Right;
+    return Left.GetSize() == Right.GetSize() &&
+           NZanStringView::NDetail::CompareBytes( Left.GetCharPtr(), Right.GetData(), Right.GetSize() ) == 0;
 }
 
 /// Compares as C strings, up to the first zero byte of either side. Null compares as empty.

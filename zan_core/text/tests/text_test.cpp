@@ -97,6 +97,11 @@ TEST_CASE( "Create CString with move constructor", "[text]" )
         Source = std::move( Target );
         REQUIRE( Source.GetString() == pText );
         REQUIRE( MovedTarget.IsEmpty() );
+
+        swap( Source, Target );
+        swap( Target, Same ); // with itself
+        REQUIRE( Source.IsEmpty() );
+        REQUIRE( Target.GetString() == pText );
     }
 }
 
