@@ -14,8 +14,6 @@ using NZanCatch2::EqualsSequence;
 
 namespace
 {
-constexpr int32 Huge = std::numeric_limits<int32>::max();
-
 /// The failures while Action runs, which the log does not repeat.
 template <typename TAction>
 std::string FailuresOf( const TAction& Action )
@@ -31,14 +29,6 @@ std::string FailuresOf( const TAction& Action )
     }
     return Text;
 }
-
-/// Out of memory, and says so by null.
-class CNullAllocator final : public CZanAllocator
-{
-public:
-    void* Allocate( uint64, uint32 ) override { return nullptr; }
-    void Free( void* ) override {}
-};
 } // namespace
 
 TEST_CASE( "zan_expects looks at its condition only where preconditions are checked", "[expects]" )
@@ -60,6 +50,19 @@ TEST_CASE( "zan_expects looks at its condition only where preconditions are chec
 }
 
 #if defined( ZAN_CHECK_PRECONDITIONS )
+
+namespace
+{
+constexpr int32 Huge = std::numeric_limits<int32>::max();
+
+/// Out of memory, and says so by null.
+class CNullAllocator final : public CZanAllocator
+{
+public:
+    void* Allocate( uint64, uint32 ) override { return nullptr; }
+    void Free( void* ) override {}
+};
+} // namespace
 
 TEST_CASE( "CZanArray reports broken preconditions and stays as it is", "[expects]" )
 {
