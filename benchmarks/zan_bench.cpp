@@ -41,7 +41,8 @@ std::vector<SMean>& AccessMeans()
 
 constexpr double RepetitionTime =
     5e5; // nanoseconds: short enough to pass between two switches of the processor
-constexpr double ContenderTime = 1e8; // for all repetitions
+constexpr double ContenderTime = 1e8; // for all repetitions of a round
+constexpr int MaxRounds = 5;
 
 /// Keeps the shortest repetition of each contender. Whatever disturbs a repetition only adds to its elapsed
 /// time, and on a busy machine it adds to most of them, so the minimum repeats where the median wanders.
@@ -90,6 +91,19 @@ std::vector<double> Measure( const SRow& Row, const std::vector<int64>& Iteratio
     return Reporter.Minima;
 }
 
+void KeepMinima( std::vector<double>& Minima, const std::vector<double>& More )
+{
+    for ( size_t i = 0; i < Minima.size(); ++i )
+    {
+        Minima[ i ] = std::min( Minima[ i ], More[ i ] );
+    }
+}
+
+bool IsAboveLimit( const SRow& Row, const std::vector<double>& Minima )
+{
+    return Row.Limit > 0 && Minima[ 0 ] > Row.Limit * *std::min_element( Minima.begin() + 1, Minima.end() );
+}
+
 void PrintRatio( double Ratio, const std::string& Row, const std::string& Peer, double Limit )
 {
     std::printf( "%.3f\t%s\t%s", Ratio, Row.c_str(), Peer.c_str() );
@@ -120,10 +134,14 @@ void MeasureRow( const SRow& Row )
             }
         }
     }
-    const int RepetitionCount = std::min( static_cast<int>( ContenderTime / Longest ), 200 );
-    if ( RepetitionCount > 5 ) // otherwise the fitting took that time already
+    // The fitting counts as one round. A row above its limit gets more of them: they show whether a
+    // disturbance that outlasted the row made it so. Every contender is measured again, and each keeps its
+    // minimum of all.
+    const int RepetitionCount = std::clamp( static_cast<int>( ContenderTime / Longest ), 5, 200 );
+    for ( int Round = RepetitionCount > 5 ? 0 : 1;
+          Round == 0 || ( Round < MaxRounds && IsAboveLimit( Row, Minima ) ); ++Round )
     {
-        Minima = Measure( Row, Counts, std::max( RepetitionCount, 10 ) );
+        KeepMinima( Minima, Measure( Row, Counts, RepetitionCount ) );
     }
     for ( size_t i = 1; i < Row.Contenders.size(); ++i )
     {
