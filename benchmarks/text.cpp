@@ -22,23 +22,30 @@ const char* const pString = "std::string";
 
 // --- Rows --------------------------------------------------------------------------------------------------
 
-template <typename TOperands, typename TWork>
-void DoAll( const TOperands& Operands, const TWork& Work )
+template <typename TAll, typename TWork>
+void DoAll( const TAll& All, const TWork& Work )
 {
-    for ( const auto& [ Left, Right ] : Operands )
+    for ( const auto& [ Left, Right ] : All )
     {
         benchmark::DoNotOptimize( Work( Left, Right ) );
     }
 }
 
-/// Work on all cases as pairs of T, which for views are views of the cases.
+/// Two operands at the start of a cache line, so that those of all contenders lie alike.
+template <typename T>
+struct alignas( 64 ) TOperands
+{
+    T Left, Right;
+};
+
+/// Work on all cases as operands of type T, which for views are views of the cases.
 template <typename T, typename TWork>
 auto OverAll( const CCases& Cases, TWork Work )
 {
-    std::vector<std::pair<T, T>> Operands;
+    std::vector<TOperands<T>> Operands;
     for ( const auto& [ Left, Right ] : Cases )
     {
-        Operands.emplace_back( Left.c_str(), Right.c_str() );
+        Operands.push_back( { T( Left.c_str() ), T( Right.c_str() ) } );
     }
     return [ Operands = std::move( Operands ), Work ] { DoAll( Operands, Work ); };
 }

@@ -198,7 +198,11 @@ constexpr int32 CZanStringView::Compare( CZanStringView Other ) const
 {
     const int32 SharedSize = _Size < Other._Size ? _Size : Other._Size;
     const int Order = NZanStringView::NDetail::CompareBytes( _pData, Other._pData, SharedSize );
-    return Order != 0 ? Order : ( _Size > Other._Size ) - ( _Size < Other._Size );
+    if ( Order != 0 ) [[likely]] // what is sorted or searched mostly differs
+    {
+        return Order;
+    }
+    return ( _Size > Other._Size ) - ( _Size < Other._Size );
 }
 
 constexpr int32 CZanStringView::Find( CZanStringView Text ) const
