@@ -131,29 +131,26 @@ TKey MakeKey( uint32 Index )
     }
 }
 
+/// Keys of a table, and such as are not in it. Those of different seeds differ.
 template <typename TKey>
 struct SKeys
 {
-    explicit SKeys( int32 Count )
+    SKeys( int32 Count, uint32 Seed )
     {
         const uint32 PresentCount = static_cast<uint32>( Count );
         const uint32 AbsentCount = std::min( PresentCount, 50000u );
+        const uint32 First = Seed * ( PresentCount + AbsentCount );
         for ( uint32 i = 0; i < PresentCount + AbsentCount; ++i )
         {
-            ( i < PresentCount ? Present : Absent ).push_back( MakeKey<TKey>( i ) );
+            ( i < PresentCount ? Present : Absent ).push_back( MakeKey<TKey>( First + i ) );
         }
-        std::minstd_rand Random( 1 );
-        for ( uint32 i = 0; i < ( Count > 10000 ? 100000 : 10000 ); ++i )
-        {
-            Hits.push_back( Present[ Random() % PresentCount ] );
-            Misses.push_back( Absent[ Random() % AbsentCount ] );
-        }
+        std::minstd_rand Random( Seed + 1 );
         Leaving = Present;
         std::shuffle( Leaving.begin(), Leaving.end(), Random );
         Leaving.resize( AbsentCount );
     }
 
-    std::vector<TKey> Present, Absent, Hits, Misses;
+    std::vector<TKey> Present, Absent;
     std::vector<TKey> Leaving; // some of those present, or all
 };
 
@@ -166,22 +163,40 @@ void FillFrom( auto& Table, const auto& Keys )
     }
 }
 
-/// What the work of a contender goes on.
+template <typename TTable, typename TKey>
+struct SFilledTable
+{
+    SFilledTable( int32 Count, uint32 Seed ) : Keys( Count, Seed )
+    {
+        FillFrom( Table, Keys.Present ); // not copied, which could leave more room than insertions do
+    }
+
+    SKeys<TKey> Keys;
+    TTable Table;
+};
+
+/// What the work of a contender goes on. Small tables are many, each with keys of its own, and the keys to
+/// look up are many as well: else the processor would learn by heart which branches the few of them take.
 template <typename TTable, typename TKey>
 struct STables
 {
-    explicit STables( int32 KeyCount )
-        : Count( KeyCount ), Keys( KeyCount ), Full( static_cast<size_t>( std::max( 10000 / Count, 1 ) ) )
+    explicit STables( int32 Count )
     {
-        for ( TTable& Table : Full ) // not copied, which could leave more room than insertions do
+        for ( uint32 i = 0; i < static_cast<uint32>( std::max( 50000 / Count, 1 ) ); ++i )
         {
-            FillFrom( Table, Keys.Present );
+            Filled.emplace_back( Count, i );
+        }
+        std::minstd_rand Random( 1 );
+        const SKeys<TKey>& Keys = Filled[ 0 ].Keys;
+        for ( uint32 i = 0; i < 100000; ++i )
+        {
+            Hits.push_back( Keys.Present[ Random() % Keys.Present.size() ] );
+            Misses.push_back( Keys.Absent[ Random() % Keys.Absent.size() ] );
         }
     }
 
-    int32 Count;
-    SKeys<TKey> Keys;
-    std::vector<TTable> Full; // each with all keys: many when they are small, for what pauses the clock
+    std::vector<SFilledTable<TTable, TKey>> Filled;
+    std::vector<TKey> Hits, Misses; // of the first one
 };
 
 // --- Rows --------------------------------------------------------------------------------------------------
@@ -233,31 +248,44 @@ int64 FindAll( const auto& Table, const auto& Keys )
 
 template <bool bReserve>
 constexpr auto InsertAll = []<typename TTable, typename TKey>( STables<TTable, TKey>& Tables ) {
-    TTable Table;
-    if constexpr ( bReserve )
+    int64 Size = 0;
+    for ( const auto& Filled : Tables.Filled )
     {
-        Reserve( Table, Tables.Count );
+        TTable Table;
+        if constexpr ( bReserve )
+        {
+            Reserve( Table, static_cast<int32>( Filled.Keys.Present.size() ) );
+        }
+        FillFrom( Table, Filled.Keys.Present );
+        Size += GetSize( Table );
     }
-    FillFrom( Table, Tables.Keys.Present );
-    return GetSize( Table );
+    return Size;
 };
 
-constexpr auto FindHits = []( auto& Tables ) { return FindAll( Tables.Full[ 0 ], Tables.Keys.Hits ); };
-constexpr auto FindMisses = []( auto& Tables ) { return FindAll( Tables.Full[ 0 ], Tables.Keys.Misses ); };
+constexpr auto FindHits = []( auto& Tables ) { return FindAll( Tables.Filled[ 0 ].Table, Tables.Hits ); };
+constexpr auto FindMisses = []( auto& Tables ) { return FindAll( Tables.Filled[ 0 ].Table, Tables.Misses ); };
 
 constexpr auto Iterate = []( auto& Tables ) {
     int64 Sum = 0;
-    for ( const auto& [ Key, Value ] : Tables.Full[ 0 ] )
+    for ( const auto& Filled : Tables.Filled )
     {
-        Sum += Value;
+        for ( const auto& [ Key, Value ] : Filled.Table )
+        {
+            Sum += Value;
+        }
     }
     return Sum;
 };
 
 constexpr auto Copy = []<typename TTable, typename TKey>( STables<TTable, TKey>& Tables ) {
-    TTable Copied( Tables.Full[ 0 ] );
-    benchmark::DoNotOptimize( Copied );
-    return GetSize( Copied );
+    int64 Size = 0;
+    for ( const auto& Filled : Tables.Filled )
+    {
+        TTable Copied( Filled.Table );
+        benchmark::DoNotOptimize( Copied );
+        Size += GetSize( Copied );
+    }
+    return Size;
 };
 
 constexpr auto EraseKeys = []( auto& Tables, benchmark::State& State ) {
@@ -265,17 +293,17 @@ constexpr auto EraseKeys = []( auto& Tables, benchmark::State& State ) {
     for ( auto _ : State )
     {
         ErasedCount = 0;
-        for ( auto& Table : Tables.Full )
+        for ( auto& Filled : Tables.Filled )
         {
-            for ( const auto& Key : Tables.Keys.Leaving )
+            for ( const auto& Key : Filled.Keys.Leaving )
             {
-                ErasedCount += Remove( Table, Key );
+                ErasedCount += Remove( Filled.Table, Key );
             }
         }
         State.PauseTiming();
-        for ( auto& Table : Tables.Full )
+        for ( auto& Filled : Tables.Filled )
         {
-            FillFrom( Table, Tables.Keys.Leaving );
+            FillFrom( Filled.Table, Filled.Keys.Leaving );
         }
         State.ResumeTiming();
     }
@@ -285,26 +313,29 @@ constexpr auto EraseKeys = []( auto& Tables, benchmark::State& State ) {
 /// One of each, over and over: a hit, a miss, an erased and an inserted key. Ends with the keys it began
 /// with.
 constexpr auto Mix = []( auto& Tables ) {
-    auto& Table = Tables.Full[ 0 ];
-    int64 Sum = 0;
-    const auto Replace = [ & ]( const auto& Former, const auto& Newer ) {
-        for ( size_t i = 0; i < Former.size(); ++i )
-        {
-            Sum += Find( Table, Tables.Keys.Hits[ i ] );
-            Sum += Find( Table, Tables.Keys.Misses[ i ] );
-            Sum += Remove( Table, Former[ i ] );
-            Insert( Table, Newer[ i ], 1 );
-        }
-    };
-    Replace( Tables.Keys.Leaving, Tables.Keys.Absent );
-    Replace( Tables.Keys.Absent, Tables.Keys.Leaving );
-    return GetSize( Table ) + ( Sum != 0 ? 1 : 0 ); // what misses find depends on what came before
+    int64 Sum = 0, Size = 0;
+    for ( auto& [ Keys, Table ] : Tables.Filled )
+    {
+        const auto Replace = [ & ]( const auto& Former, const auto& Newer ) {
+            for ( size_t i = 0; i < Former.size(); ++i )
+            {
+                Sum += Find( Table, Keys.Present[ i ] );
+                Sum += Find( Table, Keys.Absent[ i ] );
+                Sum += Remove( Table, Former[ i ] );
+                Insert( Table, Newer[ i ], 1 );
+            }
+        };
+        Replace( Keys.Leaving, Keys.Absent );
+        Replace( Keys.Absent, Keys.Leaving );
+        Size += GetSize( Table );
+    }
+    return Size + ( Sum != 0 ? 1 : 0 ); // what is found depends on what came before
 };
 
 /// The whole life of small tables, a different one each time.
 constexpr auto BuildSmall = []<typename TTable, typename TKey>( STables<TTable, TKey>& Tables ) {
     constexpr size_t Count = 8;
-    const std::vector<TKey>& Keys = Tables.Keys.Present;
+    const std::vector<TKey>& Keys = Tables.Filled[ 0 ].Keys.Present;
     int64 Sum = 0;
     for ( size_t First = 0; First + Count <= Keys.size(); First += Count )
     {

@@ -87,7 +87,7 @@ uint32 MixWholeBlocks( uint32 Hash, const unsigned char* pBytes )
 }
 
 template <typename T>
-uint32 HashObject( const T& Object )
+inline uint32 HashObject( const T& Object )
 {
     if constexpr ( sizeof( T ) <= 16 )
     {

@@ -25,8 +25,8 @@
 ///     _Distance   0   1   2   2   2   0   0   1 | 2   0   0   0   0 | 255
 ///                 buckets, 2^Bits               | overflow run      | end marker
 ///
-/// _Distance is 0 for an empty slot, whose payload is raw memory, and otherwise 1 more than the slots between
-/// home and entry. Invariants, which CheckInvariants() verifies:
+/// _Distance is 0 for an empty slot, whose payload is raw memory (but see below), and otherwise 1 more than
+/// the slots between home and entry. Invariants, which CheckInvariants() verifies:
 ///
 ///  1. No distance exceeds _MaxDistance = Bits + 2. So the last entry that can be stands two slots before the
 ///     marker; probes and shifts stop at the empty slot in between, need no test for the end, and never wrap.
@@ -50,6 +50,11 @@
 /// lookups and iteration need no test for it, and its bound of 0 makes the first insertion grow.
 ///
 /// A payload aligned to 8 or more leaves a gap in its slot, where the hash is kept for rebuilds.
+///
+/// The block of small payloads that are bytes starts as zeros, so that an empty slot holds a value as well,
+/// and removals leave one. A lookup of a number then compares the keys of the first slots at once, live or
+/// not, and looks at a distance only to confirm what it found: neither hit nor miss depends on how far the
+/// probe went.
 
 namespace NZanRobinHoodTable
 {
@@ -206,6 +211,10 @@ consteval bool IsSearchedAsIs();
 template <typename TKey, typename TEqual>
 struct SKeyEqual
 {
+    /// Whether any two values compare, at the cost of one instruction.
+    template <typename TOther>
+    static consteval bool ComparesNumbers();
+
     template <typename TOther>
     bool operator()( const TKey& Key, const TOther& Other ) const;
 };
@@ -343,6 +352,15 @@ private:
     // Payloads that are bytes move as bytes, which is cheaper to branch on and leaves nothing to destroy.
     static constexpr bool bIsBytes = std::is_trivially_copyable_v<T>;
 
+    // Whether empty slots hold values as well.
+    static constexpr bool bIsZeroed = bIsBytes && sizeof( T ) <= 16 &&
+                                      ( std::is_aggregate_v<T> || std::is_trivially_copy_constructible_v<T> );
+
+    static constexpr uint32 PeekCount = 3; // slots whose keys are compared at once
+
+    template <typename TKey>
+    static consteval bool Peeks();
+
     static SEntry* GetEmptyBlock() { return NZanRobinHoodTable::NDetail::EmptyBlock<SEntry>._Slots; }
 
     struct SProbe
@@ -366,9 +384,15 @@ private:
     template <typename TBuild>
     static void BuildPayload( SEntry* pTo, uint32 Hash, TBuild&& Build );
 
-    void CopyEntry( SEntry* pTo, const SEntry& From );
+    /// Does nothing to what has no destructor: it stays alive.
+    static void DestroyPayload( SEntry* pEntry );
+
+    void CopyBlock( const CZanRobinHoodTable& Other, int32 Bits );
 
     SProbe Probe( uint32 Hash, const auto& Key ) const;
+    SProbe ProbeFrom( SEntry* pEntry, uint32 Distance, const auto& Key ) const;
+    static uint32 PeekEqual( const SEntry* pHome, const auto& Key );
+    SEntry* FindLive( uint32 Hash, const auto& Key ) const;
     SEntry* FindEntry( uint32 Hash, const auto& Key ) const;
 
     bool IsFullFor( uint32 Distance ) const;
@@ -377,13 +401,15 @@ private:
     void TakeBlock( SEntry* pEntries, int32 Bits );
     void FreeBlock( SEntry* pEntries );
     void LeaveBlock();
-    void Grow();
+    void Grow( bool bHomesAscend = true );
+    void Rebuild( int32 Bits, bool bHomesAscend );
 
     template <typename TBuild>
     SEntry* EmplaceFar( SEntry* pSlot, uint32 Distance, uint32 Hash, TBuild&& Build );
     SEntry* InsertAbsent( uint32 Hash, T&& Payload );
     SEntry* InsertDisplacing( SEntry* pSlot, uint32 Distance, uint32 Hash, T&& Payload );
-    void MoveEntriesFrom( SEntry* pEntries, int32 Count );
+    template <bool bMove>
+    void TakeEntries( SEntry* pEntries, int32 Mask, int32 Count, bool bHomesAscend );
     void DestroyEntries();
 
     SEntry* _pEntries;           // a block of CalcSlotCount( Bits ) slots, or the shared empty block
@@ -397,7 +423,7 @@ private:
 // --- Iteration -----------------------------------------------------------------------------------------
 
 template <typename TEntry>
-auto NZanRobinHoodTable::CIterator<TEntry>::operator->() const -> pointer
+inline auto NZanRobinHoodTable::CIterator<TEntry>::operator->() const -> pointer
 {
     static_cast<void>( zan_expects(
         _pEntry != nullptr && _pEntry->_Distance != EndMarker, "access to the end of a hash table" ) );
@@ -412,7 +438,7 @@ auto NZanRobinHoodTable::CIterator<TEntry>::operator->() const -> pointer
 }
 
 template <typename TEntry>
-auto NZanRobinHoodTable::CIterator<TEntry>::operator++() -> CIterator&
+inline auto NZanRobinHoodTable::CIterator<TEntry>::operator++() -> CIterator&
 {
     if ( !zan_expects( _pEntry->_Distance != EndMarker, "a step past the end of a hash table" ) )
     {
@@ -426,7 +452,7 @@ auto NZanRobinHoodTable::CIterator<TEntry>::operator++() -> CIterator&
 }
 
 template <typename TEntry>
-auto NZanRobinHoodTable::CIterator<TEntry>::operator++( int ) -> CIterator
+inline auto NZanRobinHoodTable::CIterator<TEntry>::operator++( int ) -> CIterator
 {
     const CIterator Former = *this;
     ++*this;
@@ -491,7 +517,15 @@ consteval bool NZanRobinHoodTable::NDetail::IsSearchedAsIs()
 
 template <typename TKey, typename TEqual>
 template <typename TOther>
-bool NZanRobinHoodTable::NDetail::SKeyEqual<TKey, TEqual>::operator()(
+consteval bool NZanRobinHoodTable::NDetail::SKeyEqual<TKey, TEqual>::ComparesNumbers()
+{
+    return std::is_same_v<TEqual, std::equal_to<TKey>> && std::is_same_v<TKey, TOther> &&
+           ( std::is_integral_v<TKey> || std::is_enum_v<TKey> || std::is_pointer_v<TKey> );
+}
+
+template <typename TKey, typename TEqual>
+template <typename TOther>
+inline bool NZanRobinHoodTable::NDetail::SKeyEqual<TKey, TEqual>::operator()(
     const TKey& Key, const TOther& Other ) const
 {
     if constexpr ( std::is_same_v<TEqual, std::equal_to<TKey>> && !std::is_same_v<TOther, TKey> )
@@ -538,25 +572,14 @@ auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::operator=( const CZanRobinHoo
     {
         return *this;
     }
-    Rehash( CalcRoomBits( Other._Size ) );
-    const bool bSameHomes = _Mask == Other._Mask; // then each entry comes to stand where it stood
-    int32 Remaining = Other._Size;
-    for ( const SEntry* pEntry = Other._pEntries; Remaining > 0; ++pEntry )
+    const int32 Bits = CalcRoomBits( Other._Size );
+    if ( bIsZeroed && ( int64( 1 ) << Bits ) == static_cast<int64>( Other._Mask ) + 1 )
     {
-        if ( pEntry->_Distance == 0 )
-        {
-            continue;
-        }
-        if ( bSameHomes )
-        {
-            CopyEntry( _pEntries + ( pEntry - Other._pEntries ), *pEntry );
-        }
-        else
-        {
-            InsertAbsent( GetHash( *pEntry ), T( *pEntry->GetPayload() ) );
-        }
-        --Remaining;
+        CopyBlock( Other, Bits );
+        return *this;
     }
+    Rehash( Bits );
+    TakeEntries<false>( Other._pEntries, Other._Mask, Other._Size, true );
     return *this;
 }
 
@@ -581,7 +604,7 @@ auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::operator=( CZanRobinHoodTable
     else if ( Other._Size > 0 )
     {
         Rehash( CalcRoomBits( Other._Size ) );
-        MoveEntriesFrom( Other._pEntries, Other._Size );
+        TakeEntries<true>( Other._pEntries, Other._Mask, Other._Size, true );
         SEntry* const pOtherBlock = Other._pEntries;
         Other.LeaveBlock();
         Other.FreeBlock( pOtherBlock );
@@ -638,7 +661,7 @@ void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::SetMaxLoadFactor( float Facto
 // --- Lookup --------------------------------------------------------------------------------------------
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::GetFirst() const -> SEntry*
+inline auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::GetFirst() const -> SEntry*
 {
     SEntry* pEntry = _pEntries;
     while ( pEntry->_Distance == 0 )
@@ -648,15 +671,35 @@ auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::GetFirst() const -> SEntry*
     return pEntry;
 }
 
+/// Whether a TKey may be compared with keys of empty slots.
+template <typename T, typename TKeyOf, typename THash, typename TEqual>
+template <typename TKey>
+consteval bool CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Peeks()
+{
+    if constexpr ( requires { TEqual::template ComparesNumbers<TKey>(); } )
+    {
+        return bIsZeroed && TEqual::template ComparesNumbers<TKey>();
+    }
+    return false;
+}
+
 /// Where a key is, or else where it would be inserted.
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Probe( uint32 Hash, const auto& Key ) const -> SProbe
+inline auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Probe( uint32 Hash, const auto& Key ) const
+    -> SProbe
 {
-    SEntry* pEntry = GetHome( Hash );
+    SEntry* const pHome = GetHome( Hash );
     const uint32 EarlierCount =
-        static_cast<uint32>( pEntry[ 0 ]._Distance > 1 ) + static_cast<uint32>( pEntry[ 1 ]._Distance > 2 );
-    pEntry += EarlierCount;
-    for ( uint32 Distance = 1 + EarlierCount;; ++Distance, ++pEntry )
+        static_cast<uint32>( pHome[ 0 ]._Distance > 1 ) + static_cast<uint32>( pHome[ 1 ]._Distance > 2 );
+    return ProbeFrom( pHome + EarlierCount, 1 + EarlierCount, Key );
+}
+
+/// Goes on where earlier slots are known not to hold the key.
+template <typename T, typename TKeyOf, typename THash, typename TEqual>
+inline auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::ProbeFrom(
+    SEntry* pEntry, uint32 Distance, const auto& Key ) const -> SProbe
+{
+    for ( ;; ++Distance, ++pEntry )
     {
         if ( Distance > pEntry->_Distance )
         {
@@ -669,32 +712,73 @@ auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Probe( uint32 Hash, const aut
     }
 }
 
+/// A bit for each of the first slots that has an equal key, be it live or empty.
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::FindEntry( uint32 Hash, const auto& Key ) const -> SEntry*
+inline uint32 CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::PeekEqual( const SEntry* pHome, const auto& Key )
 {
-    const SProbe Found = Probe( Hash, Key );
-    return Found._bFound ? Found._pEntry : _pEntries + GetEndIndex();
+    uint32 Equal = 0;
+    for ( uint32 i = 0; i < PeekCount; ++i )
+    {
+        Equal |= static_cast<uint32>( GetKey( pHome[ i ] ) == Key ) << i;
+    }
+    return Equal;
+}
+
+/// The entry with an equal key, or null.
+template <typename T, typename TKeyOf, typename THash, typename TEqual>
+inline auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::FindLive( uint32 Hash, const auto& Key ) const
+    -> SEntry*
+{
+    if constexpr ( Peeks<std::remove_cvref_t<decltype( Key )>>() )
+    {
+        SEntry* const pHome = GetHome( Hash );
+        if ( const uint32 Equal = PeekEqual( pHome, Key ) )
+        {
+            // If the first of them is no live entry at that distance, none behind it is.
+            const uint32 Index = static_cast<uint32>( std::countr_zero( Equal ) );
+            return pHome[ Index ]._Distance == Index + 1 ? pHome + Index : nullptr;
+        }
+        if ( pHome[ PeekCount - 1 ]._Distance < PeekCount ) [[likely]]
+        {
+            return nullptr;
+        }
+        const SProbe Found = ProbeFrom( pHome + PeekCount, PeekCount + 1, Key );
+        return Found._bFound ? Found._pEntry : nullptr;
+    }
+    else
+    {
+        const SProbe Found = Probe( Hash, Key );
+        return Found._bFound ? Found._pEntry : nullptr;
+    }
 }
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-T* CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::AccessPayload( const auto& Key )
+inline auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::FindEntry( uint32 Hash, const auto& Key ) const
+    -> SEntry*
 {
-    const SProbe Found = Probe( CalcHash( Key ), Key );
-    return Found._bFound ? Found._pEntry->AccessPayload() : nullptr;
+    SEntry* const pFound = FindLive( Hash, Key );
+    return pFound != nullptr ? pFound : _pEntries + GetEndIndex();
 }
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-const T* CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::GetPayload( const auto& Key ) const
+inline T* CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::AccessPayload( const auto& Key )
 {
-    const SProbe Found = Probe( CalcHash( Key ), Key );
-    return Found._bFound ? Found._pEntry->GetPayload() : nullptr;
+    SEntry* const pFound = FindLive( CalcHash( Key ), Key );
+    return pFound != nullptr ? pFound->AccessPayload() : nullptr;
+}
+
+template <typename T, typename TKeyOf, typename THash, typename TEqual>
+inline const T* CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::GetPayload( const auto& Key ) const
+{
+    const SEntry* const pFound = FindLive( CalcHash( Key ), Key );
+    return pFound != nullptr ? pFound->GetPayload() : nullptr;
 }
 
 // --- Insertion -----------------------------------------------------------------------------------------
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
 template <typename TKey, typename... TArgs>
-auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Emplace( uint32 Hash, TKey&& Key, TArgs&&... Args )
+inline auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Emplace( uint32 Hash, TKey&& Key, TArgs&&... Args )
     -> SEmplaceResult
 {
     return EmplaceBuilt( Hash, Key, [ & ]() -> T {
@@ -704,7 +788,7 @@ auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Emplace( uint32 Hash, TKey&& 
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
 template <typename TKey, typename TBuild>
-auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::EmplaceBuilt(
+inline auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::EmplaceBuilt(
     uint32 Hash, const TKey& Key, TBuild&& Build ) -> SEmplaceResult
 {
     const auto [ pEntry, Distance, bFound ] = Probe( Hash, Key );
@@ -813,18 +897,17 @@ auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::InsertDisplacing(
     }
 
     // No place for the last one within the bound: it takes the slot of the new entry, whatever distance that
-    // says, as a rebuild asks only which slots are live.
+    // says, as a rebuild asks only which slots are live. But the homes are out of order then.
     MovePayload( pSpare, pSlot );
     MovePayload( pSlot, pCarried );
-    Grow();
-    T* const pPayload = pSpare->AccessPayload();
-    SEntry* const pInserted = InsertAbsent( Hash, std::move( *pPayload ) );
-    pPayload->~T();
+    Grow( false );
+    SEntry* const pInserted = InsertAbsent( Hash, std::move( *pSpare->AccessPayload() ) );
+    DestroyPayload( pSpare );
     return pInserted;
 }
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-uint32 CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::GetHash( const SEntry& Entry )
+inline uint32 CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::GetHash( const SEntry& Entry )
 {
     if constexpr ( bStoresHash )
     {
@@ -837,7 +920,7 @@ uint32 CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::GetHash( const SEntry& Entr
 }
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::SetHash( SEntry* pEntry, uint32 Hash )
+inline void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::SetHash( SEntry* pEntry, uint32 Hash )
 {
     if constexpr ( bStoresHash )
     {
@@ -846,7 +929,7 @@ void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::SetHash( SEntry* pEntry, uint
 }
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::MovePayload( SEntry* pTo, SEntry* pFrom )
+inline void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::MovePayload( SEntry* pTo, SEntry* pFrom )
 {
     if constexpr ( bStoresHash )
     {
@@ -858,31 +941,43 @@ void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::MovePayload( SEntry* pTo, SEn
     }
     else
     {
-        T* const pPayload = pFrom->AccessPayload();
-        ::new ( static_cast<void*>( pTo->_Payload ) ) T( std::move( *pPayload ) );
-        pPayload->~T();
+        ::new ( static_cast<void*>( pTo->_Payload ) ) T( std::move( *pFrom->AccessPayload() ) );
+        DestroyPayload( pFrom );
+    }
+}
+
+template <typename T, typename TKeyOf, typename THash, typename TEqual>
+inline void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::DestroyPayload( SEntry* pEntry )
+{
+    if constexpr ( !std::is_trivially_destructible_v<T> )
+    {
+        pEntry->AccessPayload()->~T();
     }
 }
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
 template <typename TBuild>
-void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::BuildPayload( SEntry* pTo, uint32 Hash, TBuild&& Build )
+inline void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::BuildPayload(
+    SEntry* pTo, uint32 Hash, TBuild&& Build )
 {
     ::new ( static_cast<void*>( pTo->_Payload ) ) T( Build() );
     SetHash( pTo, Hash );
 }
 
-/// To an empty slot at the same index of a block of the same size.
+/// Into an empty table.
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::CopyEntry( SEntry* pTo, const SEntry& From )
+void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::CopyBlock( const CZanRobinHoodTable& Other, int32 Bits )
 {
-    ::new ( static_cast<void*>( pTo->_Payload ) ) T( *From.GetPayload() );
-    if constexpr ( bStoresHash )
+    if ( SEntry* const pBlock = AllocateBlock( Bits ) )
     {
-        pTo->_Hash = From._Hash;
+        FreeBlock( _pEntries );
+        _pEntries = pBlock;
+        _Size = Other._Size;
+        _Mask = Other._Mask;
+        _MaxDistance = Other._MaxDistance;
+        std::memcpy( static_cast<void*>( pBlock ), Other._pEntries,
+            static_cast<size_t>( GetEndIndex() + 1 ) * sizeof( SEntry ) );
     }
-    pTo->_Distance = From._Distance;
-    ++_Size;
 }
 
 // --- The block -----------------------------------------------------------------------------------------
@@ -890,7 +985,7 @@ void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::CopyEntry( SEntry* pTo, const
 /// Whether an entry at Distance is beyond the bound, or one more is beyond the load. In this order, because
 /// the shared block has a bound and a mask of 0.
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-bool CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::IsFullFor( uint32 Distance ) const
+inline bool CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::IsFullFor( uint32 Distance ) const
 {
     return Distance > _MaxDistance ||
            static_cast<float>( _Size + 1 ) / static_cast<float>( _Mask ) > _MaxLoadFactor;
@@ -933,9 +1028,17 @@ void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::TakeBlock( SEntry* pEntries, 
     _Mask = static_cast<int32>( ( 1u << Bits ) - 1 );
     _MaxDistance = static_cast<uint8>( Bits + 2 );
     SEntry* const pEnd = _pEntries + GetEndIndex();
-    for ( SEntry* pEntry = _pEntries; pEntry != pEnd; ++pEntry )
+    if constexpr ( bIsZeroed )
     {
-        pEntry->_Distance = 0;
+        std::memset(
+            static_cast<void*>( _pEntries ), 0, static_cast<size_t>( GetEndIndex() + 1 ) * sizeof( SEntry ) );
+    }
+    else
+    {
+        for ( SEntry* pEntry = _pEntries; pEntry != pEnd; ++pEntry )
+        {
+            pEntry->_Distance = 0;
+        }
     }
     pEnd->_Distance = NZanRobinHoodTable::EndMarker;
 }
@@ -959,13 +1062,13 @@ void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::LeaveBlock()
 }
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Grow()
+void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Grow( bool bHomesAscend )
 {
     const int32 Bits = NZanRobinHoodTable::CalcBits( static_cast<int64>( _Mask ) + 1, 1 );
     const int32 FormerMask = _Mask;
     if ( Bits <= 30 )
     {
-        Rehash( Bits );
+        Rebuild( Bits, bHomesAscend );
     }
     if ( _Mask == FormerMask )
     {
@@ -974,32 +1077,105 @@ void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Grow()
 }
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-[[gnu::noinline]] void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Rehash( int32 Bits )
+void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Rehash( int32 Bits )
 {
-    SEntry* const pBlock = Bits >= 1 && Bits <= 30 ? AllocateBlock( Bits ) : nullptr;
+    if ( Bits >= 1 && Bits <= 30 )
+    {
+        Rebuild( Bits, true );
+    }
+}
+
+template <typename T, typename TKeyOf, typename THash, typename TEqual>
+[[gnu::noinline]] void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Rebuild( int32 Bits, bool bHomesAscend )
+{
+    SEntry* const pBlock = AllocateBlock( Bits );
     if ( pBlock == nullptr )
     {
         return;
     }
     SEntry* const pFormerBlock = _pEntries;
+    const int32 FormerMask = _Mask;
     const int32 FormerSize = _Size;
     TakeBlock( pBlock, Bits );
-    MoveEntriesFrom( pFormerBlock, FormerSize );
+    TakeEntries<true>( pFormerBlock, FormerMask, FormerSize, bHomesAscend );
     FreeBlock( pFormerBlock );
 }
 
-/// Moves the Count entries out of a block, of whose distances only zero counts, and leaves raw memory.
+/// Inserts copies of the Count entries of a block, of whose distances only zero counts, or moves them and
+/// leaves raw memory. Where homes ascend from slot to slot, they make one or two ascending runs in a table of
+/// as many or twice as many buckets: each entry goes to its home or right behind the one before it in its
+/// run, without a search. Where the end of one run reaches into the next, entries are inserted as usual, and
+/// after growth.
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::MoveEntriesFrom( SEntry* pEntries, int32 Count )
+template <bool bMove>
+void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::TakeEntries(
+    SEntry* pEntries, int32 Mask, int32 Count, bool bHomesAscend )
 {
-    for ( SEntry* pEntry = pEntries; Count > 0; ++pEntry )
+    if ( Count == 0 )
     {
-        if ( pEntry->_Distance != 0 )
+        return;
+    }
+    SEntry* const pBlock = _pEntries;
+    const uint32 MaxDistance = _MaxDistance;
+    const uint32 NewMask = static_cast<uint32>( _Mask );
+    const uint32 LowMask = static_cast<uint32>( Mask );
+    bool bInRuns = bHomesAscend && ( NewMask == LowMask || NewMask == 2 * LowMask + 1 ) &&
+                   static_cast<float>( Count ) / static_cast<float>( NewMask ) <= _MaxLoadFactor;
+    uint32 Nexts[ 2 ] = {}; // behind the last entry of each run
+
+    // Which slots are live is hard to predict. So they are listed first, some at a time, without branches.
+    constexpr std::ptrdiff_t ListSize = 64;
+    SEntry* Live[ ListSize ];
+    uint32 Hashes[ ListSize ];
+    SEntry* const pEnd = pEntries + static_cast<std::ptrdiff_t>( LowMask ) + std::bit_width( LowMask ) + 3;
+    for ( SEntry* pUnlisted = pEntries; pUnlisted != pEnd; )
+    {
+        SEntry* const pListEnd = pEnd - pUnlisted > ListSize ? pUnlisted + ListSize : pEnd;
+        int32 LiveCount = 0;
+        for ( ; pUnlisted != pListEnd; ++pUnlisted )
         {
-            T* const pPayload = pEntry->AccessPayload();
-            InsertAbsent( GetHash( *pEntry ), std::move( *pPayload ) );
-            pPayload->~T();
-            --Count;
+            Live[ LiveCount ] = pUnlisted;
+            LiveCount += static_cast<int32>( pUnlisted->_Distance != 0 );
+        }
+        for ( int32 i = 0; i < LiveCount; ++i )
+        {
+            Hashes[ i ] = GetHash( *Live[ i ] );
+        }
+        for ( int32 i = 0; i < LiveCount; ++i )
+        {
+            SEntry* const pEntry = Live[ i ];
+            const auto Take = [ & ]() -> T {
+                if constexpr ( bMove )
+                {
+                    return T( std::move( *pEntry->AccessPayload() ) );
+                }
+                else
+                {
+                    return T( *pEntry->GetPayload() );
+                }
+            };
+            const uint32 Hash = Hashes[ i ];
+            const uint32 Home = Hash & NewMask;
+            uint32& Next = Nexts[ Home > LowMask ];
+            const uint32 Slot = Home > Next ? Home : Next;
+            const uint32 Distance = Slot - Home + 1;
+            SEntry* const pTo = pBlock + Slot;
+            if ( bInRuns && pTo->_Distance == 0 && Distance <= MaxDistance ) [[likely]]
+            {
+                BuildPayload( pTo, Hash, Take );
+                pTo->_Distance = static_cast<uint8>( Distance );
+                ++_Size;
+                Next = Slot + 1;
+            }
+            else
+            {
+                InsertAbsent( Hash, Take() );
+                bInRuns = bInRuns && NewMask == static_cast<uint32>( _Mask );
+            }
+            if constexpr ( bMove )
+            {
+                DestroyPayload( pEntry );
+            }
         }
     }
 }
@@ -1052,7 +1228,7 @@ void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::StartOnInternalBlock(
 // --- Removal -------------------------------------------------------------------------------------------
 
 template <typename T, typename TKeyOf, typename THash, typename TEqual>
-auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Remove( CConstIterator Position ) -> CIterator
+inline auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Remove( CConstIterator Position ) -> CIterator
 {
     SEntry* const pSlot = const_cast<SEntry*>( Position.GetEntry() );
     if ( !zan_expects(
@@ -1062,7 +1238,7 @@ auto CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Remove( CConstIterator Positi
         return end();
     }
     SEntry* pEntry = pSlot;
-    pEntry->AccessPayload()->~T();
+    DestroyPayload( pEntry );
     for ( ; pEntry[ 1 ]._Distance > 1; ++pEntry )
     {
         MovePayload( pEntry, pEntry + 1 );
@@ -1080,7 +1256,7 @@ void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::Clear()
     {
         if ( pEntry->_Distance != 0 )
         {
-            pEntry->AccessPayload()->~T();
+            DestroyPayload( pEntry );
             pEntry->_Distance = 0;
             --_Size;
         }
@@ -1098,7 +1274,7 @@ void CZanRobinHoodTable<T, TKeyOf, THash, TEqual>::DestroyEntries()
         {
             if ( pEntry->_Distance != 0 )
             {
-                pEntry->AccessPayload()->~T();
+                DestroyPayload( pEntry );
                 --Remaining;
             }
         }

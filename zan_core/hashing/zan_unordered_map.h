@@ -271,7 +271,7 @@ CZanUnorderedMap<TKey, TValue, THash, TEqual>::CZanUnorderedMap(
 
 template <typename TKey, typename TValue, typename THash, typename TEqual>
 template <typename TKeyArg, typename TBuild>
-auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::EmplaceBuilt( TKeyArg&& Key, TBuild&& BuildValue )
+inline auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::EmplaceBuilt( TKeyArg&& Key, TBuild&& BuildValue )
     -> SEmplaceResult
 {
     auto&& Actual = NZanRobinHoodTable::NDetail::AsKey<TKey, THash, TEqual>( std::forward<TKeyArg>( Key ) );
@@ -282,7 +282,8 @@ auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::EmplaceBuilt( TKeyArg&& Key,
 
 template <typename TKey, typename TValue, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg, typename TValueArg>
-auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::Set( TKeyArg&& Key, TValueArg&& Value ) -> CIterator
+inline auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::Set( TKeyArg&& Key, TValueArg&& Value )
+    -> CIterator
 {
     const SEmplaceResult Result = TrySet( std::forward<TKeyArg>( Key ), std::forward<TValueArg>( Value ) );
     if ( !Result._bInserted )
@@ -314,7 +315,7 @@ auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::SetEmplace( TKeyArg&& Key, T
 
 template <typename TKey, typename TValue, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg, typename TValueArg>
-auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::TrySet( TKeyArg&& Key, TValueArg&& Value )
+inline auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::TrySet( TKeyArg&& Key, TValueArg&& Value )
     -> SEmplaceResult
 {
     return EmplaceBuilt( std::forward<TKeyArg>( Key ), [ & ]() -> TValue {
@@ -324,7 +325,7 @@ auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::TrySet( TKeyArg&& Key, TValu
 
 template <typename TKey, typename TValue, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg, typename... TArgs>
-auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::TrySetEmplace( TKeyArg&& Key, TArgs&&... Args )
+inline auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::TrySetEmplace( TKeyArg&& Key, TArgs&&... Args )
     -> SEmplaceResult
 {
     return EmplaceBuilt( std::forward<TKeyArg>( Key ), [ & ]() -> TValue {
@@ -334,7 +335,7 @@ auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::TrySetEmplace( TKeyArg&& Key
 
 template <typename TKey, typename TValue, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg, typename TCallable>
-auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::TrySetLazy( TKeyArg&& Key, TCallable&& Callable )
+inline auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::TrySetLazy( TKeyArg&& Key, TCallable&& Callable )
     -> SEmplaceResult
 {
     return EmplaceBuilt( std::forward<TKeyArg>( Key ),
@@ -343,28 +344,28 @@ auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::TrySetLazy( TKeyArg&& Key, T
 
 template <typename TKey, typename TValue, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg>
-auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::Find( const TKeyArg& Key ) -> CIterator
+inline auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::Find( const TKeyArg& Key ) -> CIterator
 {
     return _Table.Find( NZanRobinHoodTable::NDetail::AsKey<TKey, THash, TEqual>( Key ) );
 }
 
 template <typename TKey, typename TValue, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg>
-auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::Find( const TKeyArg& Key ) const -> CConstIterator
+inline auto CZanUnorderedMap<TKey, TValue, THash, TEqual>::Find( const TKeyArg& Key ) const -> CConstIterator
 {
     return _Table.Find( NZanRobinHoodTable::NDetail::AsKey<TKey, THash, TEqual>( Key ) );
 }
 
 template <typename TKey, typename TValue, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg>
-bool CZanUnorderedMap<TKey, TValue, THash, TEqual>::Contains( const TKeyArg& Key ) const
+inline bool CZanUnorderedMap<TKey, TValue, THash, TEqual>::Contains( const TKeyArg& Key ) const
 {
     return GetValue( Key ) != nullptr;
 }
 
 template <typename TKey, typename TValue, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg>
-const TValue* CZanUnorderedMap<TKey, TValue, THash, TEqual>::GetValue( const TKeyArg& Key ) const
+inline const TValue* CZanUnorderedMap<TKey, TValue, THash, TEqual>::GetValue( const TKeyArg& Key ) const
 {
     const SMapEntry* const pEntry =
         _Table.GetPayload( NZanRobinHoodTable::NDetail::AsKey<TKey, THash, TEqual>( Key ) );
@@ -373,7 +374,7 @@ const TValue* CZanUnorderedMap<TKey, TValue, THash, TEqual>::GetValue( const TKe
 
 template <typename TKey, typename TValue, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg>
-TValue* CZanUnorderedMap<TKey, TValue, THash, TEqual>::AccessValue( const TKeyArg& Key )
+inline TValue* CZanUnorderedMap<TKey, TValue, THash, TEqual>::AccessValue( const TKeyArg& Key )
 {
     SMapEntry* const pEntry =
         _Table.AccessPayload( NZanRobinHoodTable::NDetail::AsKey<TKey, THash, TEqual>( Key ) );
@@ -382,7 +383,7 @@ TValue* CZanUnorderedMap<TKey, TValue, THash, TEqual>::AccessValue( const TKeyAr
 
 template <typename TKey, typename TValue, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg>
-bool CZanUnorderedMap<TKey, TValue, THash, TEqual>::Remove( const TKeyArg& Key )
+inline bool CZanUnorderedMap<TKey, TValue, THash, TEqual>::Remove( const TKeyArg& Key )
 {
     const CIterator Found = Find( Key );
     if ( !Found )

@@ -220,7 +220,7 @@ CZanUnorderedSet<TKey, THash, TEqual>::CZanUnorderedSet(
 
 template <typename TKey, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg>
-auto CZanUnorderedSet<TKey, THash, TEqual>::Insert( TKeyArg&& Key ) -> SEmplaceResult
+inline auto CZanUnorderedSet<TKey, THash, TEqual>::Insert( TKeyArg&& Key ) -> SEmplaceResult
 {
     auto&& Actual = NZanRobinHoodTable::NDetail::AsKey<TKey, THash, TEqual>( std::forward<TKeyArg>( Key ) );
     const auto Result = _Table.EmplaceBuilt( CTable::CalcHash( Actual ), Actual,
@@ -230,14 +230,14 @@ auto CZanUnorderedSet<TKey, THash, TEqual>::Insert( TKeyArg&& Key ) -> SEmplaceR
 
 template <typename TKey, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg>
-auto CZanUnorderedSet<TKey, THash, TEqual>::Find( const TKeyArg& Key ) const -> CIterator
+inline auto CZanUnorderedSet<TKey, THash, TEqual>::Find( const TKeyArg& Key ) const -> CIterator
 {
     return _Table.Find( NZanRobinHoodTable::NDetail::AsKey<TKey, THash, TEqual>( Key ) );
 }
 
 template <typename TKey, typename THash, typename TEqual>
 template <NZanRobinHoodTable::CKeyFor<TKey, THash, TEqual> TKeyArg>
-bool CZanUnorderedSet<TKey, THash, TEqual>::Remove( const TKeyArg& Key )
+inline bool CZanUnorderedSet<TKey, THash, TEqual>::Remove( const TKeyArg& Key )
 {
     const CIterator Found = Find( Key );
     if ( !Found )
