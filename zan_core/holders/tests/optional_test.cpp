@@ -3,7 +3,6 @@
 #include "zan_test/include/zan_test_logger.h"
 #include "zan_test/include/zan_test_types.h"
 
-#include <stdexcept>
 #include <string>
 
 using namespace NZanTestUtils;
@@ -23,13 +22,8 @@ struct SFixed
 
 struct SThrowing
 {
-    explicit SThrowing( bool bThrow )
-    {
-        if ( bThrow )
-        {
-            throw std::runtime_error( "no" );
-        }
-    }
+    explicit SThrowing( bool bThrow ) : _Value( bThrow ? throw 42 : 0 ) {}
+    int32 _Value;
 };
 
 using CText = CZanOptional<std::string>;
@@ -58,64 +52,41 @@ constexpr int32 CountInConstantExpression()
 static_assert( CountInConstantExpression() == 14 );
 static_assert( CZanOptional<SFixed>( SFixed{ 3 } ).Get()._Value == 3 );
 
+/// Whether the value is 3 and came by this operation.
 template <typename T>
-void CheckCopyAssignment()
+bool HasThree( const CZanOptional<T>& Optional, CLifeObserver::EOperation Operation )
 {
-    SLifeCounters Counters;
-    {
-        const CZanOptional<T> Source( std::in_place, 3, &Counters );
-        CZanOptional<T> Target;
-        for ( int32 i = 0; i < 2; ++i )
-        {
-            Target = Source;
-            REQUIRE( Target.Get() == Source.Get() );
-            REQUIRE( Target.Get().GetLastOperation() == CLifeObserver::CopyConstructed );
-        }
-        const CZanOptional<T>& Self = Target;
-        Target = Self;
-        REQUIRE( Target.Get() == 3 );
-        Target = CZanOptional<T>();
-        REQUIRE_FALSE( Target );
-    }
-    REQUIRE( Counters.GetLiveCount() == 0 );
-    REQUIRE( Counters._CopyAssignments == 0 );
+    return Optional && Optional.Get() == 3 && Optional.Get().GetLastOperation() == Operation;
 }
+
+/// Fails the case when an object is left, or was assigned instead of built anew.
+struct SLifeCase
+{
+    ~SLifeCase() { CHECK( ( _Life.GetLiveCount() | _Life._CopyAssignments | _Life._MoveAssignments ) == 0 ); }
+    SLifeCounters _Life;
+};
 } // namespace
 
 TEST_CASE( "CZanOptional Default Constructor", "[optional]" )
 {
     const CZanOptional<SMovable> Optional;
     const SMovable Default = 5;
-    REQUIRE_FALSE( Optional );
-    REQUIRE_FALSE( Optional.IsSet() );
-    REQUIRE( &Optional.Get( Default ) == &Default );
+    REQUIRE( ( !Optional && !Optional.IsSet() && &Optional.Get( Default ) == &Default ) );
 }
 
-TEST_CASE( "CZanOptional::Set", "[optional]" )
+TEST_CASE_METHOD( SLifeCase, "CZanOptional::Set", "[optional]" )
 {
-    SLifeCounters Counters;
-    {
-        CZanOptional<SMovable> Optional;
-        const SMovable Value( 7, &Counters );
-        Optional.Set( Value );
-        REQUIRE( Optional );
-        REQUIRE( Optional.Get() == 7 );
-        REQUIRE( Optional.Get( 1 ) == 7 );
-        REQUIRE( Optional.Get().GetLastOperation() == CLifeObserver::CopyConstructed );
-        Optional.Set( SMovable( 8, &Counters ) );
-        REQUIRE( Optional.Get() == 8 );
-        REQUIRE( Optional.Get().GetLastOperation() == CLifeObserver::MoveConstructed );
-        Optional.Set( Optional.Get() );
-        Optional = std::move( Optional.Get() );
-        REQUIRE( Optional.Get() == 8 );
-    }
-    REQUIRE( Counters.GetLiveCount() == 0 );
-    REQUIRE( Counters._CopyAssignments + Counters._MoveAssignments == 0 );
-
+    CZanOptional<SMovable> Optional( std::in_place, 1, &_Life );
+    const SMovable Value( 3, &_Life );
+    Optional.Set( Value );
+    REQUIRE( ( HasThree( Optional, CLifeObserver::CopyConstructed ) && Optional.Get( 1 ) == 3 ) );
+    Optional.Set( SMovable( 3, &_Life ) );
+    Optional.Set( Optional.Get() );
+    Optional = std::move( Optional.Get() );
+    REQUIRE( HasThree( Optional, CLifeObserver::MoveConstructed ) );
     CZanOptional<bool> Flag;
     Flag.Set( false );
-    REQUIRE( Flag );
-    REQUIRE_FALSE( Flag.Get() );
+    REQUIRE( ( Flag && !Flag.Get() ) );
 }
 
 TEST_CASE( "CZanOptional::SetEmplace", "[optional]" )
@@ -124,112 +95,90 @@ TEST_CASE( "CZanOptional::SetEmplace", "[optional]" )
     Optional.SetEmplace( 3u, 'x' );
     REQUIRE( Optional.Get() == "xxx" );
     Optional.SetEmplace();
-    REQUIRE( Optional );
-    REQUIRE( Optional.Get().empty() );
+    REQUIRE( ( Optional && Optional.Get().empty() ) );
 }
 
-TEST_CASE( "CZanOptional::Emplace", "[optional]" )
+TEST_CASE_METHOD( SLifeCase, "CZanOptional::Emplace", "[optional]" )
 {
-    SLifeCounters Counters;
     CZanOptional<SMoveOnly> Optional;
-    Optional.Emplace( 1, &Counters );
-    SMoveOnly& Value = Optional.Emplace( 2, &Counters );
-    REQUIRE( &Value == &Optional.Get() );
-    REQUIRE( Value == 2 );
-    REQUIRE( Counters._ValueConstructions == 2 );
-    REQUIRE( Counters.GetLiveCount() == 1 );
-
+    Optional.Emplace( 1, &_Life );
+    SMoveOnly& Value = Optional.Emplace( 3, &_Life );
+    REQUIRE( ( &Value == &Optional.Get() && HasThree( Optional, CLifeObserver::ValueConstructed ) ) );
+    REQUIRE( ( _Life._ValueConstructions == 2 && _Life.GetLiveCount() == 1 ) );
     CZanOptional<SThrowing> Throwing( std::in_place, false );
     REQUIRE_THROWS( Throwing.Emplace( true ) );
     REQUIRE_FALSE( Throwing );
 }
 
-TEST_CASE( "CZanOptional::Clear", "[optional]" )
+TEST_CASE_METHOD( SLifeCase, "CZanOptional::Clear", "[optional]" )
 {
-    SLifeCounters Counters;
-    CZanOptional<SMovable> Optional( std::in_place, 3, &Counters );
+    CZanOptional<SMovable> Optional( std::in_place, 3, &_Life );
+    const SMovable Default = 5;
     for ( int32 i = 0; i < 2; ++i )
     {
         Optional.Clear();
-        REQUIRE_FALSE( Optional );
-        REQUIRE( Counters.GetLiveCount() == 0 );
+        REQUIRE( ( !Optional && _Life.GetLiveCount() == 0 && &Optional.Get( Default ) == &Default ) );
     }
-    const SMovable Default = 5;
-    REQUIRE( &Optional.Get( Default ) == &Default );
 }
 
-TEST_CASE( "CZanOptional Copy Constructor", "[optional]" )
+TEST_CASE_METHOD( SLifeCase, "CZanOptional Copy Constructor", "[optional]" )
 {
-    const CZanOptional<SCopyable> Source = SCopyable( 3 );
-    const CZanOptional<SCopyable> Target = Source; // NOLINT(performance-unnecessary-copy-initialization)
-    REQUIRE( Source.Get() == 3 );
-    REQUIRE( Target.Get() == Source.Get() );
-    REQUIRE( Target == Source );
-    REQUIRE( Target != CZanOptional<SCopyable>( 4 ) );
-
-    const CZanOptional<SCopyable> Empty;
-    const CZanOptional<SCopyable> Copy = Empty; // NOLINT(performance-unnecessary-copy-initialization)
-    REQUIRE_FALSE( Copy );
-    REQUIRE( Copy == Empty );
-    REQUIRE( Copy != Source );
+    const CZanOptional<SCopyable> Source( std::in_place, 3, &_Life ), Empty;
+    const CZanOptional<SCopyable> Target = Source,
+                                  Copy = Empty; // NOLINT(performance-unnecessary-copy-initialization)
+    REQUIRE( ( HasThree( Target, CLifeObserver::CopyConstructed ) && Source.Get() == 3 && !Copy ) );
+    REQUIRE(
+        ( Target == Source && Source != CZanOptional<SCopyable>( 4 ) && Copy == Empty && Copy != Source ) );
 }
 
-TEST_CASE( "CZanOptional Move Constructor", "[optional]" )
+TEST_CASE_METHOD( SLifeCase, "CZanOptional Move Constructor", "[optional]" )
 {
-    CZanOptional<SMoveOnly> Source = 3;
-    const CZanOptional<SMoveOnly> Target = std::move( Source );
-    REQUIRE( Target.Get() == 3 );
-    REQUIRE( Target.Get().IsMoved() );
-    REQUIRE( Source ); // NOLINT(bugprone-use-after-move)
+    CZanOptional<SMoveOnly> Source( std::in_place, 3, &_Life );
+    CZanOptional<SMoveOnly> Target = std::move( Source );
+    REQUIRE( ( HasThree( Target, CLifeObserver::MoveConstructed ) && Source && Source != Target ) );
     REQUIRE( Source.Get().GetLastOperation() == CLifeObserver::MovedFromByConstruction );
-    REQUIRE( Source != Target );
-    REQUIRE_FALSE( CText( CText() ) );
-
-    const SMoveOnly Released = std::move( Source ).Get();
-    REQUIRE( Released.IsMoved() );
+    const SMoveOnly Released = std::move( Target ).Get();
+    REQUIRE( ( Released.IsMoved() && !CText( CText() ) ) );
 }
 
-TEST_CASE( "CZanOptional Copy Assignment", "[optional]" )
+TEST_CASE_METHOD( SLifeCase, "CZanOptional Copy Assignment", "[optional]" )
 {
-    CheckCopyAssignment<SCopyable>();
-    CheckCopyAssignment<SMovable>();
+    const CZanOptional<SMovable> Source( std::in_place, 3, &_Life );
+    CZanOptional<SMovable> Target;
+    const CZanOptional<SMovable>& Self = Target;
+    for ( int32 i = 0; i < 2; ++i )
+    {
+        Target = Source;
+        Target = Self;
+        REQUIRE( ( HasThree( Target, CLifeObserver::CopyConstructed ) && Source == Target ) );
+    }
+    Target = CZanOptional<SMovable>();
+    REQUIRE_FALSE( Target );
 
-    const CZanOptional<SUnassignable> Source( std::in_place, "name" );
-    CZanOptional<SUnassignable> Target( std::in_place, "other" );
-    Target = Source;
-    REQUIRE( Target.Get()._Text == "name" );
+    const CZanOptional<SUnassignable> Name( std::in_place, "name" );
+    CZanOptional<SUnassignable> Other( std::in_place, "other" );
+    Other = Name;
     CZanOptional<SFixed> Fixed = SFixed{ 1 };
     Fixed = CZanOptional<SFixed>( SFixed{ 2 } );
-    REQUIRE( Fixed.Get()._Value == 2 );
+    REQUIRE( ( Other.Get()._Text == "name" && Fixed.Get()._Value == 2 ) );
 }
 
-TEST_CASE( "CZanOptional Move Assignment", "[optional]" )
+TEST_CASE_METHOD( SLifeCase, "CZanOptional Move Assignment", "[optional]" )
 {
-    SLifeCounters Counters;
-    {
-        CZanOptional<SMoveOnly> Source( std::in_place, 3, &Counters );
-        CZanOptional<SMoveOnly> Target( std::in_place, 4, &Counters );
-        Target = std::move( Source );
-        REQUIRE( Target.Get() == 3 );
-        REQUIRE( Source ); // NOLINT(bugprone-use-after-move)
-        REQUIRE( Source.Get().GetLastOperation() == CLifeObserver::MovedFromByConstruction );
-        REQUIRE( Source != Target );
-        Target = CZanOptional<SMoveOnly>();
-        REQUIRE_FALSE( Target );
-        Source = {};
-        REQUIRE_FALSE( Source );
-    }
-    REQUIRE( Counters.GetLiveCount() == 0 );
-    REQUIRE( Counters._MoveAssignments == 0 );
+    CZanOptional<SMoveOnly> Source( std::in_place, 3, &_Life ), Target( std::in_place, 4, &_Life );
+    Target = std::move( Source );
+    REQUIRE( ( HasThree( Target, CLifeObserver::MoveConstructed ) && Source && Source != Target ) );
+    REQUIRE( Source.Get().GetLastOperation() == CLifeObserver::MovedFromByConstruction );
+    Target = CZanOptional<SMoveOnly>();
+    Source = {};
+    REQUIRE( ( !Target && !Source ) );
 }
 
 TEST_CASE( "CZanOptional In Place Constructor", "[optional]" )
 {
     const char Characters[] = { 'a', 'b', 'c' };
     REQUIRE( CText( std::in_place, Characters, sizeof( Characters ) ).Get() == "abc" );
-    const CText Empty( std::in_place );
-    REQUIRE( Empty );
-    REQUIRE( Empty.Get().empty() );
+    REQUIRE( CText( std::in_place ).Get( "set" ).empty() );
 }
 
 TEST_CASE( "CZanOptional In Place iniitalizer_list Constructor", "[optional]" )
@@ -241,31 +190,24 @@ TEST_CASE( "CZanOptional In Place iniitalizer_list Constructor", "[optional]" )
 TEST_CASE( "CZanOptional From Value Constructor", "[optional]" )
 {
     SMovable Value = 3;
-    const CZanOptional<SMovable> Copied = Value;
-    REQUIRE( Copied.Get().GetLastOperation() == CLifeObserver::CopyConstructed );
-    REQUIRE( Value == 3 );
-    const CZanOptional<SMovable> Moved = std::move( Value );
-    REQUIRE( Moved.Get() == 3 );
-    REQUIRE( Moved.Get().IsMoved() );
+    const CZanOptional<SMovable> Copied = Value, Moved = std::move( Value );
+    REQUIRE( HasThree( Copied, CLifeObserver::CopyConstructed ) );
+    REQUIRE( HasThree( Moved, CLifeObserver::MoveConstructed ) );
     REQUIRE( CZanOptional<bool>( false ).IsSet() );
     REQUIRE( CZanOptional<CZanOptional<int32>>( CZanOptional<int32>() ).IsSet() );
 }
 
 TEST_CASE( "CZanOptional Perfect Forward Assignment", "[optional]" )
 {
-    CText Optional;
-    std::string Value = "a text that is too long for a string to hold inside";
+    SMovable Value = 3;
+    CZanOptional<SMovable> Optional;
     Optional = Value;
-    REQUIRE_FALSE( Value.empty() );
-    REQUIRE( Optional.Get() == Value );
-    Optional = "text";
-    REQUIRE( Optional.Get() == "text" );
-
-    SMovable Source = 3;
-    CZanOptional<SMovable> Target;
-    Target = std::move( Source );
-    REQUIRE( Target.Get().IsMoved() );
-    REQUIRE( Source == 0 ); // NOLINT(bugprone-use-after-move)
+    REQUIRE( ( HasThree( Optional, CLifeObserver::CopyConstructed ) && Value == 3 ) );
+    Optional = std::move( Value );
+    REQUIRE( ( HasThree( Optional, CLifeObserver::MoveConstructed ) && Value == 0 ) );
+    CText Text;
+    Text = "text";
+    REQUIRE( Text.Get() == "text" );
 }
 
 #if defined( ZAN_CHECK_PRECONDITIONS )

@@ -9,57 +9,52 @@
 #include <set>
 #include <string_view>
 #include <tuple>
-#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace
 {
-constexpr CZanStringView HelloView = "Hello world!";
-constexpr CZanStringView ShorterHelloView = "Hello";
+const char* const pNull = nullptr;
+constexpr const char* pHello = "Hello world!";
+constexpr CZanStringView HelloView = pHello;
+
+bool Is( CZanStringView View, const char* pData, int32 Size, bool bTerminated )
+{
+    return View.GetData() == pData && View.GetSize() == Size && View.IsEmpty() == ( Size == 0 ) &&
+           View.IsNullTerminated() == bTerminated;
+}
 
 template <typename TRelation>
 void CheckRelation( TRelation Relation )
 {
     const char* const Texts[] = { "", "Hello", "Hello world!", "Hellp", "h", "\x7F", "\x80", "\xFF" };
-    for ( const char* pLeft : Texts )
+    for ( int32 i = 0; i < 64; ++i )
     {
-        for ( const char* pRight : Texts )
-        {
-            const CZanStringView Left = pLeft;
-            const CZanStringView Right = pRight;
-            const bool bExpected = Relation( std::strcmp( pLeft, pRight ), 0 );
-            CAPTURE( Left, Right );
-            REQUIRE( Relation( Left, Right ) == bExpected );
-            REQUIRE( Relation( Left, pRight ) == bExpected );
-            REQUIRE( Relation( pLeft, Right ) == bExpected );
-            REQUIRE( Relation( Left, CString( pRight ) ) == bExpected );
-            REQUIRE( Relation( CString( pLeft ), Right ) == bExpected );
-        }
+        const char* const pLeft = Texts[ i / 8 ];
+        const char* const pRight = Texts[ i % 8 ];
+        const bool bExpected = Relation( std::strcmp( pLeft, pRight ), 0 );
+        const CZanStringView Left = pLeft;
+        const CZanStringView Right = pRight;
+        CAPTURE( pLeft, pRight );
+        REQUIRE( Relation( Left, Right ) == bExpected );
+        REQUIRE( ( Relation( Left, pRight ) == bExpected && Relation( pLeft, Right ) == bExpected ) );
+        REQUIRE( Relation( Left, CString( pRight ) ) == bExpected );
+        REQUIRE( Relation( CString( pLeft ), Right ) == bExpected );
     }
 }
 } // namespace
 
-TEST_CASE( "CZanStringView Default Construct", "[string_view]" )
-{
-    const CZanStringView View;
-    REQUIRE( View.IsEmpty() );
-    REQUIRE( View.GetData() == nullptr );
-    REQUIRE_FALSE( View.IsNullTerminated() );
-}
-
+TEST_CASE( "CZanStringView Default Construct", "[string_view]" ) { REQUIRE( Is( {}, pNull, 0, false ) ); }
 TEST_CASE( "CZanStringView const char* Constructor", "[string_view]" )
 {
-    const char* pText = "Hello\0world";
-    REQUIRE( CZanStringView( pText ).GetData() == pText );
-    REQUIRE( CZanStringView( pText ).GetSize() == 5 );
-    pText = nullptr;
-    REQUIRE( CZanStringView( pText ).IsEmpty() );
+    const char* const pText = "Hello\0world";
+    REQUIRE( ( Is( pText, pText, 5, true ) && Is( pNull, nullptr, 0, false ) ) );
 }
 
 TEST_CASE( "CZanStringView const char* and size Constructor", "[string_view]" )
 {
-    const CZanStringView View( HelloView.GetData(), 5 );
-    REQUIRE( View.GetData() == HelloView.GetData() );
+    const CZanStringView View( pHello, 5 );
+    REQUIRE( Is( View, pHello, 5, false ) );
     REQUIRE( std::string( begin( View ), end( View ) ) == "Hello" );
 }
 
@@ -67,26 +62,20 @@ TEST_CASE( "CZanStringView operator=", "[string_view]" )
 {
     CZanStringView View( "short", 2 );
     View = HelloView;
-    REQUIRE( View.GetData() == HelloView.GetData() );
-    REQUIRE( View.GetSize() == 12 );
-    REQUIRE( View.IsNullTerminated() );
+    REQUIRE( Is( View, pHello, 12, true ) );
 }
 
 TEST_CASE( "CString operator CZanStringView", "[string_view]" )
 {
     for ( const CString& Text : { CString(), CString( "Hello" ), CString( "a\0b", 3 ) } )
     {
-        const CZanStringView View = Text;
-        REQUIRE( View.GetData() == Text.GetCharPtr() );
-        REQUIRE( View.GetSize() == Text.GetSize() );
-        REQUIRE( View.IsNullTerminated() );
+        REQUIRE( Is( Text, Text.GetCharPtr(), Text.GetSize(), true ) );
     }
 }
 
 TEST_CASE( "CString Construct from CZanStringView", "[string_view]" )
 {
-    REQUIRE( CString( HelloView.GetSubstring( 6, 11 ) ).GetString() == "world" );
-    REQUIRE( CString( CZanStringView( "a\0b", 3 ) ).GetString() == std::string( "a\0b", 3 ) );
+    REQUIRE( CString( CZanStringView( "a\0b, cut", 3 ) ).GetString() == std::string( "a\0b", 3 ) );
     REQUIRE( CString( CZanStringView() ).IsEmpty() );
 }
 
@@ -94,7 +83,6 @@ TEST_CASE( "CString Assigning CZanStringView", "[string_view]" )
 {
     CString Text;
     Text = HelloView;
-    REQUIRE( Text.GetString() == "Hello world!" );
     Text = CZanStringView( Text ).GetSubstring( 3, 8 ); // of itself
     REQUIRE( Text.GetString() == "lo wo" );
     Text = CZanStringView();
@@ -102,23 +90,22 @@ TEST_CASE( "CString Assigning CZanStringView", "[string_view]" )
 }
 
 TEST_CASE( "CZanStringView operator[]", "[string_view]" ) { REQUIRE( HelloView[ 11 ] == '!' ); }
-TEST_CASE( "CZanStringView::GetSize", "[string_view]" )
-{
-    REQUIRE( CZanStringView( "a\0b", 3 ).GetSize() == 3 );
-}
+TEST_CASE( "CZanStringView::GetSize", "[string_view]" ) { REQUIRE( HelloView.GetSize() == 12 ); }
 
 TEST_CASE( "CZanStringView::RemovePrefix", "[string_view]" )
 {
     CZanStringView View = HelloView;
     View.RemovePrefix( 6 );
-    REQUIRE( View == "world!" );
+    REQUIRE( Is( View, pHello + 6, 6, true ) );
 }
 
 TEST_CASE( "CZanStringView::RemoveSuffix", "[string_view]" )
 {
     CZanStringView View = HelloView;
+    View.RemoveSuffix( 0 );
+    REQUIRE( Is( View, pHello, 12, true ) );
     View.RemoveSuffix( 7 );
-    REQUIRE( View == "Hello" );
+    REQUIRE( Is( View, pHello, 5, false ) );
 }
 
 TEST_CASE( "CZanStringView::Swap", "[string_view]" )
@@ -126,61 +113,30 @@ TEST_CASE( "CZanStringView::Swap", "[string_view]" )
     CZanStringView Left = HelloView;
     CZanStringView Right;
     Left.Swap( Right );
-    REQUIRE( Left.GetData() == nullptr );
-    REQUIRE_FALSE( Left.IsNullTerminated() );
-    REQUIRE( Right == HelloView );
-    REQUIRE( Right.IsNullTerminated() );
+    REQUIRE( ( Is( Left, nullptr, 0, false ) && Is( Right, pHello, 12, true ) ) );
 }
 
 TEST_CASE( "CZanStringView::GetSubstring", "[string_view]" )
 {
-    REQUIRE( HelloView.GetSubstring( 6 ) == "world!" );
-    REQUIRE( HelloView.GetSubstring( 6, 11 ) == "world" );
-    REQUIRE( HelloView.GetSubstring( 6, 11 ).GetData() == HelloView.GetData() + 6 );
-    REQUIRE( CZanStringView().GetSubstring( 0 ).GetData() == nullptr );
+    REQUIRE( Is( HelloView.GetSubstring( 6 ), pHello + 6, 6, true ) );
+    REQUIRE( Is( HelloView.GetSubstring( 6, 11 ), pHello + 6, 5, false ) );
 }
 
-TEST_CASE( "CZanStringView::Compare", "[string_view]" )
-{
-    REQUIRE( ShorterHelloView.Compare( HelloView ) == -1 );
-    REQUIRE( HelloView.Compare( ShorterHelloView ) == 1 );
-    REQUIRE( HelloView.Compare( CString( HelloView ) ) == 0 );
-    REQUIRE( CZanStringView( "\x80" ).Compare( "\x7F longer" ) > 0 );
-}
-
-TEST_CASE( "CZanStringView::Find", "[string_view]" )
-{
-    REQUIRE( HelloView.Find( "ello" ) == 1 );
-    REQUIRE( HelloView.Find( 'l' ) == 2 );
-    REQUIRE( CZanStringView( "aaab" ).Find( "aab" ) == 1 ); // overlaps the failed candidate
-    REQUIRE( CZanStringView().Find( CZanStringView() ) == 0 );
-}
-
-TEST_CASE( "CZanStringView::ReverseFind", "[string_view]" )
-{
-    REQUIRE( HelloView.ReverseFind( 'o' ) == 7 );
-    REQUIRE( HelloView.ReverseFind( "lo" ) == 3 );
-    REQUIRE( HelloView.ReverseFind( "" ) == 12 );
-}
-
+// The random bytes below say more of these.
+TEST_CASE( "CZanStringView::Compare", "[string_view]" ) { REQUIRE( HelloView.Compare( "Hello" ) == 1 ); }
+TEST_CASE( "CZanStringView::Find", "[string_view]" ) { REQUIRE( HelloView.Find( "ello" ) == 1 ); }
+TEST_CASE( "CZanStringView::ReverseFind", "[string_view]" ) { REQUIRE( HelloView.ReverseFind( 'o' ) == 7 ); }
 TEST_CASE( "CZanStringView::FindFirst", "[string_view]" )
 {
-    REQUIRE( HelloView.FindFirst( CZanStringView( "zxw" ) ) == 6 );
-    REQUIRE( HelloView.FindFirst( "lnw" ) == 2 );
-    REQUIRE( HelloView.FindFirst( 'l' ) == 2 );
-    REQUIRE( HelloView.FindFirst( "curd", 3 ) == 8 );
-    REQUIRE( HelloView.FindFirst( "zyx" ) == -1 );
+    REQUIRE( ( HelloView.FindFirst( CZanStringView( "zxw" ) ) == 6 && HelloView.FindFirst( "zyx" ) == -1 ) );
+    REQUIRE( ( HelloView.FindFirst( 'l' ) == 2 && HelloView.FindFirst( "curd", 3 ) == 8 ) );
 }
 
 TEST_CASE( "CZanStringView::FindLast", "[string_view]" )
 {
-    REQUIRE( HelloView.FindLast( CZanStringView( "zxw" ) ) == 6 );
-    REQUIRE( HelloView.FindLast( "lnw" ) == 9 );
-    REQUIRE( HelloView.FindLast( 'l' ) == 9 );
-    REQUIRE( HelloView.FindLast( "curd", 3, 11 ) == 8 );
-    REQUIRE( HelloView.FindLast( "xyz", 0 ) == -1 );
-    REQUIRE( HelloView.FindLast( "H", -1 ) == -1 );
-    REQUIRE( HelloView.FindLast( 'H', -1 ) == -1 );
+    REQUIRE( ( HelloView.FindLast( "lnw" ) == 9 && HelloView.FindLast( "xyz", 0 ) == -1 ) );
+    REQUIRE( ( HelloView.FindLast( 'l' ) == 9 && HelloView.FindLast( "curd", 3, 11 ) == 8 ) );
+    REQUIRE( ( HelloView.FindLast( "H", -1 ) == -1 && HelloView.FindLast( 'H', -1 ) == -1 ) );
 }
 
 TEST_CASE( "CZanStringView operator==", "[string_view]" ) { CheckRelation( std::equal_to<>() ); }
@@ -193,10 +149,10 @@ TEST_CASE( "CZanStringView operator>=", "[string_view]" ) { CheckRelation( std::
 TEST_CASE( "CZanStringView Hashing", "[string_view]" )
 {
     // Published values: tails of every length, and bytes that a signed read would extend.
-    const std::tuple<CZanStringView, uint32> Known[] = { { CZanStringView(), 0 }, { "", 0 },
-        { HelloView, 1652231212 }, { { "\0", 1 }, 0x514E28B7 }, { { "\0\0\0\0", 4 }, 0x2362F9DE },
-        { "\x21", 0x72661CF4 }, { { "\x21\x43, cut", 2 }, 0xA0F7B07A }, { "\x21\x43\x65", 0x7E4A8634 },
-        { "\x21\x43\x65\x87", 0xF55B516B }, { "\xFF\xFF\xFF\xFF", 0x76293B50 } };
+    const std::tuple<CZanStringView, uint32> Known[] = { { CZanStringView(), 0 }, { HelloView, 1652231212 },
+        { { "\0", 1 }, 0x514E28B7 }, { { "\0\0\0\0", 4 }, 0x2362F9DE }, { "\x21", 0x72661CF4 },
+        { { "\x21\x43, cut", 2 }, 0xA0F7B07A }, { "\x21\x43\x65", 0x7E4A8634 },
+        { "\xFF\xFF\xFF\xFF", 0x76293B50 } };
     for ( const auto& [ View, Hash ] : Known )
     {
         const CString Text( View );
@@ -205,17 +161,15 @@ TEST_CASE( "CZanStringView Hashing", "[string_view]" )
             std::hash<CZanStringView>()( View ), std::hash<CString>()( Text ) };
         REQUIRE( Hashes == std::set<size_t>{ Hash } );
     }
-    REQUIRE( ZanHash( "Hello world!\0 unseen" ) == 1652231212 );
 }
 
 TEST_CASE( "ContainsIgnoreCase", "[string_view]" )
 {
+    // The last three are a letter's distance apart, but no letters.
     const std::tuple<CZanStringView, CZanStringView, bool> Table[] = { { HelloView, "hello world!", true },
         { HelloView, "o W", true }, { HelloView, "Hello world!!", false }, { "azAZ", "AZaz", true },
         { HelloView, "", true }, { {}, {}, true }, { {}, "a", false }, { { "a\0B", 3 }, { "\0b", 2 }, true },
-        { "aab", "AB", true },
-        // A letter's distance apart, but no letters.
-        { "@", "`", false }, { "[", "{", false }, { "\xC4", "\xE4", false } };
+        { "aab", "AB", true }, { "@", "`", false }, { "[", "{", false }, { "\xC4", "\xE4", false } };
     for ( const auto& [ Haystack, Needle, bExpected ] : Table )
     {
         CAPTURE( Haystack, Needle );
@@ -225,25 +179,17 @@ TEST_CASE( "ContainsIgnoreCase", "[string_view]" )
 
 TEST_CASE( "IsNullTerminated", "[string_view]" )
 {
-    REQUIRE( CZanStringView( "" ).IsNullTerminated() );
-    REQUIRE_FALSE( CZanStringView( static_cast<const char*>( nullptr ) ).IsNullTerminated() );
-    REQUIRE_FALSE( CZanStringView( "12345678", 8 ).IsNullTerminated() ); // carried along, not measured
+    REQUIRE_FALSE( CZanStringView( pHello, 12 ).IsNullTerminated() ); // carried along, not measured
     REQUIRE( CZanStringView::FromNullTerminated( "1234\0678", 8 ).IsNullTerminated() );
-    REQUIRE_FALSE( CZanStringView::FromNullTerminated( nullptr, 0 ).IsNullTerminated() );
-
-    CZanStringView View = "12345678";
-    REQUIRE( View.GetSubstring( 0, 8 ).IsNullTerminated() );
-    REQUIRE( View.GetSubstring( 3 ).IsNullTerminated() );
-    REQUIRE_FALSE( View.GetSubstring( 3, 7 ).IsNullTerminated() );
-    REQUIRE_FALSE( View.GetSubstring( 0, 0 ).IsNullTerminated() );
-    View.RemovePrefix( 1 );
-    View.RemoveSuffix( 0 );
-    REQUIRE( View.IsNullTerminated() );
-    View.RemoveSuffix( 1 );
-    REQUIRE_FALSE( View.IsNullTerminated() );
+    REQUIRE_FALSE( CZanStringView::FromNullTerminated( pNull, 0 ).IsNullTerminated() );
+    for ( const auto& [ Start, End ] : { std::pair( 0, 12 ), { 3, 12 }, { 12, 12 }, { 3, 11 }, { 0, 0 } } )
+    {
+        REQUIRE( HelloView.GetSubstring( Start, End ).IsNullTerminated() == ( End == 12 ) );
+    }
+    CZanStringView View( pHello, 5 );
     View.RemoveSuffix( 0 );
     View.RemovePrefix( 1 );
-    REQUIRE_FALSE( View.GetSubstring( 0 ).IsNullTerminated() );
+    REQUIRE_FALSE( View.GetSubstring( 0 ).IsNullTerminated() ); // nothing brings it back
 }
 
 TEST_CASE( "CZanStringView agrees with the standard view on random bytes", "[string_view]" )
@@ -281,11 +227,8 @@ TEST_CASE( "CZanStringView agrees with the standard view on random bytes", "[str
 
 TEST_CASE( "CZanStringView works in constant expressions", "[string_view]" )
 {
-    STATIC_REQUIRE( std::is_trivially_copyable_v<CZanStringView> );
     STATIC_REQUIRE( HelloView.GetSubstring( HelloView.Find( "wor" ), 11 ) == "world" );
-    STATIC_REQUIRE( HelloView.Find( "word" ) == -1 );
-    STATIC_REQUIRE( HelloView.ReverseFind( "o" ) == 7 );
-    STATIC_REQUIRE( HelloView.FindFirst( "lnw" ) == 2 );
-    STATIC_REQUIRE( HelloView.FindLast( "lnw", 5 ) == 3 );
+    STATIC_REQUIRE( ( HelloView.Find( "word" ) == -1 && HelloView.ReverseFind( "o" ) == 7 ) );
+    STATIC_REQUIRE( ( HelloView.FindFirst( "lnw" ) == 2 && HelloView.FindLast( "lnw", 5 ) == 3 ) );
     STATIC_REQUIRE( CZanStringView( "\x80" ) > "\x7F" );
 }
