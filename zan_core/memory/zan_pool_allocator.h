@@ -52,7 +52,7 @@ private:
     void* _pHead = nullptr;
 };
 
-/// Taking leaves a sentinel behind, and whoever finds that tries again. So the head is only ever exchanged,
+/// Taking leaves a sentinel behind, and whoever finds that tries again. So the head is only ever taken whole,
 /// never compared, and an item that was freed and handed out again meanwhile cannot be mistaken for the old
 /// one. The list is held for a few instructions only: no call may stand between Take and Store.
 template <>
@@ -75,7 +75,8 @@ public:
         }
     }
 
-    void Store( void* pHead ) { _pHead.exchange( pHead, std::memory_order_release ); }
+    /// The taker alone may write, so a store does what an exchange would, at half the price of the whole.
+    void Store( void* pHead ) { _pHead.store( pHead, std::memory_order_release ); }
 
     /// Requires that no other thread uses the list.
     void* GetHead() const { return _pHead.load( std::memory_order_acquire ); }
