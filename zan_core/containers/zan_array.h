@@ -63,7 +63,9 @@ public:
     using const_iterator = const T*;
 
     CZanArray() : CZanArray( GetDefaultAllocator() ) {}
-    explicit CZanArray( CZanAllocator& Allocator ) : _pAllocator( &Allocator ) {}
+    explicit CZanArray( CZanAllocator& Allocator )
+        : _pData( nullptr ), _Capacity( 0 ), _Size( 0 ), _pAllocator( &Allocator )
+    {}
     CZanArray( const T* pData, TSize Count );
     CZanArray( std::initializer_list<T> Values );
 
@@ -254,7 +256,7 @@ protected:
 
     struct SWithoutAllocator
     {};
-    explicit CZanArray( SWithoutAllocator ) {}
+    explicit CZanArray( SWithoutAllocator ) : _Size( 0 ) {} // the rest comes with the buffer
 
     /// Requires that there is no block.
     template <typename TBufferAllocator>
@@ -305,10 +307,10 @@ private:
     void ExchangeElements( CZanArray& Other );
     void ExchangeBlocks( CZanArray& Other );
 
-    T* _pData = nullptr;                  // null exactly when the capacity is 0
-    TSize _Capacity = 0;                  // elements that the block has room for
-    TSize _Size = 0;                      // the first _Size places hold elements, the others are raw
-    CZanAllocator* _pAllocator = nullptr; // not owned, null only until a first buffer is set
+    T* _pData;                  // null exactly when the capacity is 0
+    TSize _Capacity;            // elements that the block has room for
+    TSize _Size;                // the first _Size places hold elements, the others are raw
+    CZanAllocator* _pAllocator; // not owned, never null
 };
 
 static_assert( sizeof( CZanArray<int32> ) == 2 * sizeof( void* ) + 2 * sizeof( int32 ),
@@ -369,7 +371,7 @@ constexpr bool SLess::operator()( const T& Left, const T& Right ) const
 }
 
 template <typename T, typename... TArgs>
-T* ConstructAt( T* pPlace, TArgs&&... Args )
+inline T* ConstructAt( T* pPlace, TArgs&&... Args )
 {
     if constexpr ( std::is_constructible_v<T, TArgs...> )
     {
@@ -382,7 +384,7 @@ T* ConstructAt( T* pPlace, TArgs&&... Args )
 }
 
 template <typename T, typename... TArgs>
-T Make( TArgs&&... Args )
+inline T Make( TArgs&&... Args )
 {
     if constexpr ( std::is_constructible_v<T, TArgs...> )
     {
@@ -395,7 +397,7 @@ T Make( TArgs&&... Args )
 }
 
 template <typename T>
-void DestroyEach( T* pFirst, const T* pEnd )
+inline void DestroyEach( T* pFirst, const T* pEnd )
 {
     if constexpr ( !std::is_trivially_destructible_v<T> )
     {
@@ -440,7 +442,7 @@ void ConstructEach( T* pFirst, TSize Count, TArgs&... Args )
 
 /// Bytes of elements that block moves can carry. The ranges may overlap.
 template <typename T, typename TSize>
-void MoveBlock( T* pTo, const T* pFrom, TSize Count )
+inline void MoveBlock( T* pTo, const T* pFrom, TSize Count )
 {
     static_assert( std::is_trivially_copyable_v<T>, "other elements have to see that they are moved" );
     if ( Count > 0 )
@@ -451,7 +453,7 @@ void MoveBlock( T* pTo, const T* pFrom, TSize Count )
 
 /// The same for ranges that do not overlap.
 template <typename T, typename TSize>
-void CopyBlock( T* pTo, const T* pFrom, TSize Count )
+inline void CopyBlock( T* pTo, const T* pFrom, TSize Count )
 {
     static_assert( std::is_trivially_copyable_v<T>, "other elements have to see that they are moved" );
     if ( Count > 0 )
@@ -461,7 +463,7 @@ void CopyBlock( T* pTo, const T* pFrom, TSize Count )
 }
 
 template <typename T, typename TSize>
-void CopyConstruct( T* pTo, const T* pFrom, TSize Count )
+inline void CopyConstruct( T* pTo, const T* pFrom, TSize Count )
 {
     if constexpr ( std::is_trivially_copyable_v<T> && std::is_copy_constructible_v<T> )
     {
@@ -480,7 +482,7 @@ void CopyConstruct( T* pTo, const T* pFrom, TSize Count )
 
 /// The sources stay, as they are after being moved from.
 template <typename T, typename TSize>
-void MoveConstruct( T* pTo, T* pFrom, TSize Count )
+inline void MoveConstruct( T* pTo, T* pFrom, TSize Count )
 {
     if constexpr ( std::is_trivially_copyable_v<T> )
     {
@@ -499,7 +501,7 @@ void MoveConstruct( T* pTo, T* pFrom, TSize Count )
 
 /// Moves elements to raw places that do not overlap them, and leaves their own ones raw.
 template <typename T, typename TSize>
-void Relocate( T* pTo, T* pFrom, TSize Count )
+inline void Relocate( T* pTo, T* pFrom, TSize Count )
 {
     if constexpr ( std::is_trivially_copyable_v<T> || !std::is_nothrow_move_constructible_v<T> )
     {
@@ -713,21 +715,21 @@ void CZanArray<T, TSize>::Swap( CZanInlineBufArray<T, N, TSize, TAllocator>& Oth
 // --- Access --------------------------------------------------------------------------------------
 
 template <typename T, typename TSize>
-const T& CZanArray<T, TSize>::GetHeadData() const
+inline const T& CZanArray<T, TSize>::GetHeadData() const
 {
     (void)zan_expects( _Size > 0, "GetHeadData of an empty array" );
     return _pData[ 0 ];
 }
 
 template <typename T, typename TSize>
-const T& CZanArray<T, TSize>::GetTailData() const
+inline const T& CZanArray<T, TSize>::GetTailData() const
 {
     (void)zan_expects( _Size > 0, "GetTailData of an empty array" );
     return _pData[ _Size - 1 ];
 }
 
 template <typename T, typename TSize>
-const T& CZanArray<T, TSize>::operator[]( TSize Index ) const
+inline const T& CZanArray<T, TSize>::operator[]( TSize Index ) const
 {
     (void)zan_expects( IsIndex( Index ), "An array index names no element" );
     return _pData[ Index ];
@@ -818,7 +820,7 @@ void CZanArray<T, TSize>::ShrinkToFit()
 
 template <typename T, typename TSize>
 template <typename... TArgs>
-T& CZanArray<T, TSize>::AppendEmplace( TArgs&&... Args )
+inline T& CZanArray<T, TSize>::AppendEmplace( TArgs&&... Args )
 {
     // Copies of the fields, and a grown array's data assigned here: so a loop keeps both in registers
     // although the element's constructor and the call could change them, for all that the compiler knows.
@@ -898,7 +900,7 @@ void CZanArray<T, TSize>::Append( CZanArray<T, TOtherSize>&& Source )
 
 template <typename T, typename TSize>
 template <typename... TArgs>
-T& CZanArray<T, TSize>::InsertEmplace( TSize Index, TArgs&&... Args )
+inline T& CZanArray<T, TSize>::InsertEmplace( TSize Index, TArgs&&... Args )
 {
     if ( !zan_expects( Index >= 0 && Index <= _Size, "Insert at a position outside the array" ) )
     {
@@ -946,7 +948,7 @@ void CZanArray<T, TSize>::Insert( TSize Index, const T* pData, TSize Count )
 // --- Removing ------------------------------------------------------------------------------------
 
 template <typename T, typename TSize>
-void CZanArray<T, TSize>::RemoveAll()
+inline void CZanArray<T, TSize>::RemoveAll()
 {
     NZanArray::NDetail::DestroyEach( _pData, _pData + _Size );
     _Size = 0;
@@ -975,7 +977,7 @@ void CZanArray<T, TSize>::DeleteAll()
 }
 
 template <typename T, typename TSize>
-void CZanArray<T, TSize>::RemoveTail()
+inline void CZanArray<T, TSize>::RemoveTail()
 {
     if ( _Size > 0 )
     {
@@ -984,7 +986,7 @@ void CZanArray<T, TSize>::RemoveTail()
 }
 
 template <typename T, typename TSize>
-void CZanArray<T, TSize>::RemoveAt( TSize Index )
+inline void CZanArray<T, TSize>::RemoveAt( TSize Index )
 {
     if ( zan_expects( IsIndex( Index ), "RemoveAt of an index that names no element" ) )
     {
@@ -1038,7 +1040,7 @@ TSize CZanArray<T, TSize>::Remove( TPredicate&& Predicate )
 
 template <typename T, typename TSize>
 template <typename TPredicate>
-TSize CZanArray<T, TSize>::RemoveIf( TPredicate&& Predicate )
+inline TSize CZanArray<T, TSize>::RemoveIf( TPredicate&& Predicate )
 {
     T* const pEnd = _pData + _Size;
     T* pWrite = _pData;
@@ -1077,7 +1079,7 @@ TSize CZanArray<T, TSize>::RemoveAtIndices( const CZanArray<int32>& Indices )
 }
 
 template <typename T, typename TSize>
-void CZanArray<T, TSize>::SwapToTailRemoveAt( TSize Index )
+inline void CZanArray<T, TSize>::SwapToTailRemoveAt( TSize Index )
 {
     if ( !zan_expects( IsIndex( Index ), "SwapToTailRemoveAt of an index that names no element" ) )
     {
@@ -1279,7 +1281,7 @@ bool CZanArray<T, TSize>::CheckInvariants() const
 
 template <typename T, typename TSize>
 template <typename TBufferAllocator>
-void CZanArray<T, TSize>::StartOnBuffer( TBufferAllocator& Allocator )
+inline void CZanArray<T, TSize>::StartOnBuffer( TBufferAllocator& Allocator )
 {
     _pAllocator = &Allocator;
     Allocator.GetBuffer( &_pData, &_Capacity );
@@ -1287,7 +1289,7 @@ void CZanArray<T, TSize>::StartOnBuffer( TBufferAllocator& Allocator )
 
 template <typename T, typename TSize>
 template <typename TBufferAllocator>
-void CZanArray<T, TSize>::LeaveBuffer( TBufferAllocator& Allocator )
+inline void CZanArray<T, TSize>::LeaveBuffer( TBufferAllocator& Allocator )
 {
     if ( _pData != nullptr )
     {
@@ -1311,7 +1313,7 @@ constexpr uint64 CZanArray<T, TSize>::CalcBytes( TSize Count )
 }
 
 template <typename T, typename TSize>
-bool CZanArray<T, TSize>::IsOwnElement( const T& Value ) const
+inline bool CZanArray<T, TSize>::IsOwnElement( const T& Value ) const
 {
     const std::uintptr_t Offset =
         reinterpret_cast<std::uintptr_t>( &Value ) - reinterpret_cast<std::uintptr_t>( _pData );
@@ -1320,7 +1322,7 @@ bool CZanArray<T, TSize>::IsOwnElement( const T& Value ) const
 
 /// Requires that the sum is a size.
 template <typename T, typename TSize>
-TSize CZanArray<T, TSize>::CalcGrownCapacity( TSize Added ) const
+inline TSize CZanArray<T, TSize>::CalcGrownCapacity( TSize Added ) const
 {
     const TSize Required = _Size + Added;
     return _Capacity > GetMaxSize() / 2 ? Required : std::max<TSize>( Required, _Capacity * 2 );
@@ -1419,7 +1421,7 @@ void CZanArray<T, TSize>::Resize( TSize Size, TArgs&... Args )
 }
 
 template <typename T, typename TSize>
-void CZanArray<T, TSize>::DestroyTail( TSize Count )
+inline void CZanArray<T, TSize>::DestroyTail( TSize Count )
 {
     _Size -= Count;
     NZanArray::NDetail::DestroyEach( _pData + _Size, _pData + _Size + Count );
@@ -1427,7 +1429,7 @@ void CZanArray<T, TSize>::DestroyTail( TSize Count )
 
 /// Moves what stands behind the Count elements from First on over them.
 template <typename T, typename TSize>
-void CZanArray<T, TSize>::CloseGap( TSize First, TSize Count )
+inline void CZanArray<T, TSize>::CloseGap( TSize First, TSize Count )
 {
     T* const pGap = _pData + First;
     if constexpr ( IsBlockMovable<T> )
@@ -1593,7 +1595,7 @@ void CZanArray<T, TSize>::ExchangeElements( CZanArray& Other )
 }
 
 template <typename T, typename TSize>
-void CZanArray<T, TSize>::ExchangeBlocks( CZanArray& Other )
+inline void CZanArray<T, TSize>::ExchangeBlocks( CZanArray& Other )
 {
     std::swap( _pData, Other._pData );
     std::swap( _Capacity, Other._Capacity );

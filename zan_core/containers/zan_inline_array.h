@@ -84,6 +84,7 @@ private:
     bool HasParent( const CZanAllocator* pParent ) const;
     void ReturnToBuffer();
     void TakeFrom( CZanInlineBufArray& Source );
+    void SwapUnlike( CZanInlineBufArray& Other );
     bool LeaveBufferForBlock();
 
     TAllocator _Allocator; // the base's allocator for life
@@ -174,7 +175,7 @@ CZanInlineBufArray<T, N, TSize, TAllocator>::CZanInlineBufArray( const CBase& Ot
 }
 
 template <typename T, int32 N, typename TSize, typename TAllocator>
-CZanInlineBufArray<T, N, TSize, TAllocator>::CZanInlineBufArray( CZanInlineBufArray&& Source )
+inline CZanInlineBufArray<T, N, TSize, TAllocator>::CZanInlineBufArray( CZanInlineBufArray&& Source )
     : CZanInlineBufArray()
 {
     TakeFrom( Source );
@@ -222,7 +223,7 @@ CZanInlineBufArray<T, N, TSize, TAllocator>& CZanInlineBufArray<T, N, TSize, TAl
 }
 
 template <typename T, int32 N, typename TSize, typename TAllocator>
-CZanInlineBufArray<T, N, TSize, TAllocator>& CZanInlineBufArray<T, N, TSize, TAllocator>::operator=(
+inline CZanInlineBufArray<T, N, TSize, TAllocator>& CZanInlineBufArray<T, N, TSize, TAllocator>::operator=(
     CZanInlineBufArray&& Source )
 {
     if ( this == &Source )
@@ -274,28 +275,51 @@ CZanInlineBufArray<T, N, TSize, TAllocator>& CZanInlineBufArray<T, N, TSize, TAl
 // --- Swap ----------------------------------------------------------------------------------------
 
 template <typename T, int32 N, typename TSize, typename TAllocator>
-void CZanInlineBufArray<T, N, TSize, TAllocator>::Swap( CZanInlineBufArray& Other )
+inline void CZanInlineBufArray<T, N, TSize, TAllocator>::Swap( CZanInlineBufArray& Other )
 {
-    const bool bOtherEmbedded = Other.IsUsingInternalMemory();
-    const bool bAnyEmbedded = bOtherEmbedded || IsUsingInternalMemory();
+    const bool bEmbedded = IsUsingInternalMemory(), bOtherEmbedded = Other.IsUsingInternalMemory();
     if ( this == &Other )
     {
         return;
     }
+    if ( bEmbedded && bOtherEmbedded )
+    {
+        if constexpr ( TAllocator::bCopiesWhole )
+        {
+            _Allocator.SwapBuffer( Other._Allocator );
+            std::swap( this->_Size, Other._Size );
+        }
+        else
+        {
+            this->ExchangeElements( Other );
+        }
+    }
+    else if ( !bEmbedded && !bOtherEmbedded && HasParent( Other._Allocator.GetParentAllocator() ) )
+    {
+        this->ExchangeBlocks( Other );
+    }
+    else
+    {
+        SwapUnlike( Other );
+    }
+}
+
+/// Requires that one of the arrays is embedded or that the parents differ.
+template <typename T, int32 N, typename TSize, typename TAllocator>
+[[gnu::noinline]] void CZanInlineBufArray<T, N, TSize, TAllocator>::SwapUnlike( CZanInlineBufArray& Other )
+{
+    const bool bAnyEmbedded = IsUsingInternalMemory() || Other.IsUsingInternalMemory();
     if ( bAnyEmbedded && this->_Capacity >= Other._Size && Other._Capacity >= this->_Size )
     {
         this->ExchangeElements( Other );
     }
-    else if ( HasParent( Other._Allocator.GetParentAllocator() ) )
-    {
-        if ( LeaveBufferForBlock() && Other.LeaveBufferForBlock() )
-        {
-            this->ExchangeBlocks( Other );
-        }
-    }
-    else
+    else if ( !HasParent( Other._Allocator.GetParentAllocator() ) )
     {
         CBase::Swap( static_cast<CBase&>( Other ) );
+    }
+    else if ( LeaveBufferForBlock() && Other.LeaveBufferForBlock() )
+    {
+        this->ExchangeBlocks( Other );
     }
 }
 
@@ -333,7 +357,7 @@ void CZanInlineBufArray<T, N, TSize, TAllocator>::Swap( CZanInlineBufArray<T, M,
 // --- Where the elements are ----------------------------------------------------------------------
 
 template <typename T, int32 N, typename TSize, typename TAllocator>
-bool CZanInlineBufArray<T, N, TSize, TAllocator>::IsUsingInternalMemory() const
+inline bool CZanInlineBufArray<T, N, TSize, TAllocator>::IsUsingInternalMemory() const
 {
     T* pBuffer = nullptr;
     TSize Capacity = 0;
@@ -349,13 +373,13 @@ bool CZanInlineBufArray<T, N, TSize, TAllocator>::CheckInvariants() const
 }
 
 template <typename T, int32 N, typename TSize, typename TAllocator>
-bool CZanInlineBufArray<T, N, TSize, TAllocator>::HasParent( const CZanAllocator* pParent ) const
+inline bool CZanInlineBufArray<T, N, TSize, TAllocator>::HasParent( const CZanAllocator* pParent ) const
 {
     return pParent != nullptr && _Allocator.GetParentAllocator() == pParent;
 }
 
 template <typename T, int32 N, typename TSize, typename TAllocator>
-void CZanInlineBufArray<T, N, TSize, TAllocator>::ReturnToBuffer()
+inline void CZanInlineBufArray<T, N, TSize, TAllocator>::ReturnToBuffer()
 {
     if ( IsUsingInternalMemory() )
     {
@@ -368,12 +392,19 @@ void CZanInlineBufArray<T, N, TSize, TAllocator>::ReturnToBuffer()
 
 /// Requires that this array is empty and on its embedded buffer.
 template <typename T, int32 N, typename TSize, typename TAllocator>
-void CZanInlineBufArray<T, N, TSize, TAllocator>::TakeFrom( CZanInlineBufArray& Source )
+inline void CZanInlineBufArray<T, N, TSize, TAllocator>::TakeFrom( CZanInlineBufArray& Source )
 {
     if ( Source.IsUsingInternalMemory() )
     {
-        NZanArray::NDetail::Relocate( this->_pData, Source._pData, Source._Size );
-        std::swap( this->_Size, Source._Size );
+        if constexpr ( TAllocator::bCopiesWhole )
+        {
+            _Allocator.CopyBuffer( Source._Allocator );
+        }
+        else
+        {
+            NZanArray::NDetail::Relocate( this->_pData, Source._pData, Source._Size );
+        }
+        this->_Size = std::exchange( Source._Size, 0 );
     }
     else if ( !HasParent( Source._Allocator.GetParentAllocator() ) )
     {

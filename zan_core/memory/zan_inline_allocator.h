@@ -4,6 +4,9 @@
 #include "zan_core/zan_assert.h"
 #include "zan_core/zan_types.h"
 
+#include <cstring>
+#include <type_traits>
+
 /// Allocators of one first buffer, each a member of the container that uses it, with whose rules it goes: a
 /// hybrid one holds N elements and asks its parent beyond that, a static one holds N and no more, a
 /// pre-allocated one lends out a buffer of the caller. The buffer is raw memory; elements are built and
@@ -34,15 +37,22 @@ public:
     virtual CZanAllocator* GetParentAllocator() const = 0;
 };
 
-/// The embedded buffer, aligned for T.
+/// The embedded buffer, aligned for T. A small one of bytes starts as zeros instead of raw memory, so that it
+/// may be copied as a whole, which is faster than as many elements as there are.
 template <typename T, int32 N, typename TSize = int32>
 class CZanBaseInlineBufferAllocator : public CZanSmallSingleBufferAllocator<T, TSize>
 {
     static_assert( N > 0, "an embedded buffer without room could not be told from no buffer" );
 
 public:
-    CZanBaseInlineBufferAllocator() {}
+    static constexpr bool bCopiesWhole = std::is_trivially_copyable_v<T> && sizeof( T ) * N <= 64;
+
+    CZanBaseInlineBufferAllocator();
     ~CZanBaseInlineBufferAllocator() override {}
+
+    /// Whatever it holds. Requires bCopiesWhole, and that Other is another allocator.
+    void CopyBuffer( const CZanBaseInlineBufferAllocator& Other );
+    void SwapBuffer( CZanBaseInlineBufferAllocator& Other );
 
     void GetBuffer( T** ppBuffer, TSize* pCapacity ) override;
     void GetBuffer( T** ppBuffer, TSize* pCapacity ) const override;
@@ -119,6 +129,31 @@ namespace NZanInlineAllocator::NDetail
 // No template: one assertion for all element types.
 inline void ReportReallocation() { zan_assert_text( false, "Tried to reallocate a pre-allocated buffer" ); }
 } // namespace NZanInlineAllocator::NDetail
+
+template <typename T, int32 N, typename TSize>
+inline CZanBaseInlineBufferAllocator<T, N, TSize>::CZanBaseInlineBufferAllocator()
+{
+    if constexpr ( bCopiesWhole )
+    {
+        std::memset( static_cast<void*>( _Buffer ), 0, sizeof( _Buffer ) );
+    }
+}
+
+template <typename T, int32 N, typename TSize>
+inline void CZanBaseInlineBufferAllocator<T, N, TSize>::CopyBuffer(
+    const CZanBaseInlineBufferAllocator& Other )
+{
+    std::memcpy( static_cast<void*>( _Buffer ), Other._Buffer, sizeof( _Buffer ) );
+}
+
+template <typename T, int32 N, typename TSize>
+inline void CZanBaseInlineBufferAllocator<T, N, TSize>::SwapBuffer( CZanBaseInlineBufferAllocator& Other )
+{
+    unsigned char Former[ sizeof( _Buffer ) ];
+    std::memcpy( Former, _Buffer, sizeof( _Buffer ) );
+    CopyBuffer( Other );
+    std::memcpy( static_cast<void*>( Other._Buffer ), Former, sizeof( _Buffer ) );
+}
 
 template <typename T, int32 N, typename TSize>
 void CZanBaseInlineBufferAllocator<T, N, TSize>::GetBuffer( T** ppBuffer, TSize* pCapacity )

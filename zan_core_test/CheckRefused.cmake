@@ -1,0 +1,23 @@
+# Each source under refused/ has to be refused by the compiler, with the message that its first line asks for as
+# a regular expression (// refused: ...), and to be accepted without the lines behind its "#if REFUSED": so it
+# fails for no other reason.
+file( GLOB Sources ${CMAKE_CURRENT_LIST_DIR}/refused/*.cpp )
+set( Failed FALSE )
+foreach( Source IN LISTS Sources )
+    set( Command ${Compiler} -std=c++20 -fsyntax-only -I ${CMAKE_CURRENT_LIST_DIR}/.. ${Source} )
+    execute_process( COMMAND ${Command} RESULT_VARIABLE Result ERROR_VARIABLE Output )
+    if( NOT Result EQUAL 0 )
+        message( "${Source} does not compile as it stands:\n${Output}" )
+        set( Failed TRUE )
+    endif()
+    file( STRINGS ${Source} Expected LIMIT_COUNT 1 )
+    string( REGEX REPLACE "^// refused: " "" Expected "${Expected}" )
+    execute_process( COMMAND ${Command} -D REFUSED=1 RESULT_VARIABLE Result ERROR_VARIABLE Output )
+    if( Result EQUAL 0 OR NOT Output MATCHES "${Expected}" )
+        message( "${Source} is not refused with \"${Expected}\":\n${Output}" )
+        set( Failed TRUE )
+    endif()
+endforeach()
+if( Failed )
+    message( FATAL_ERROR "The compiler does not refuse what it should." )
+endif()
