@@ -108,27 +108,29 @@ struct SArrays
 
     explicit SArrays( int32 Count ) : Batch( static_cast<size_t>( std::max( 10000 / Count, 1 ) ) )
     {
-        for ( int32 i = 0; i < Count; ++i )
+        for ( size_t i = 0; i < static_cast<size_t>( Count ) + Batch.size(); ++i )
         {
-            Values.push_back( MakeValue<T>( static_cast<uint32>( i ) ) );
+            Source.push_back( MakeValue<T>( static_cast<uint32>( i ) ) );
         }
+        Values.assign( Source.begin(), Source.begin() + Count );
         Refill();
     }
 
     void Refill()
     {
-        for ( TArray& Array : Batch )
+        for ( size_t i = 0; i < Batch.size(); ++i )
         {
-            Clear( Array );
-            for ( const T& Value : Values )
+            Clear( Batch[ i ] );
+            for ( size_t j = i; j < i + Values.size(); ++j )
             {
-                Append( Array, Value );
+                Append( Batch[ i ], Source[ j ] );
             }
         }
     }
 
-    std::vector<T> Values;
-    std::vector<TArray> Batch; // each of the values: many when they are small, for what pauses the clock
+    std::vector<T> Source, Values;
+    std::vector<TArray>
+        Batch; // many when they are small, and different, or the processor learns them by heart
 };
 
 /// Work on each array of a batch that the clock does not see filled. The last array tells what it did.

@@ -237,8 +237,7 @@ auto end( const CZanUnorderedMap<TKey, TValue, THash, TEqual>& Map )
     return Map.end();
 }
 
-// --- Bodies
-// ----------------------------------------------------------------------------------------------------
+// --- Bodies --------------------------------------------------------------------------------------------
 
 template <typename T, typename... TArgs>
 T NZanUnorderedMap::NDetail::Make( TArgs&&... Arguments )
