@@ -68,7 +68,7 @@ void RemoveIf( TArray& Array, TPredicate Predicate )
 int64 Weigh( int32 Value ) { return Value; }
 int64 Weigh( const STriple& Value ) { return Value._Order + Value._Third; }
 int64 Weigh( const CString& Text ) { return Text.GetSize() + Text.GetCharPtr()[ 0 ]; }
-int64 Weigh( const std::string& Text ) { return static_cast<int64>( Text.size() ) + Text.c_str()[ 0 ]; }
+int64 Weigh( const std::string& Text ) { return static_cast<int32>( Text.size() ) + Text.c_str()[ 0 ]; }
 
 int64 Sum( const auto& Array )
 {
