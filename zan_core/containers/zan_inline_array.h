@@ -31,7 +31,7 @@ class CZanInlineBufArray : public CZanArray<T, TSize>
     using CBase = CZanArray<T, TSize>;
 
 public:
-    CZanInlineBufArray() : CBase( typename CBase::SWithoutAllocator() ) { this->StartOnBuffer( _Allocator ); }
+    CZanInlineBufArray() : CBase( typename CBase::SWithoutAllocator() ) { StartEmbedded(); }
 
     /// A hybrid with this parent instead of the default allocator.
     explicit CZanInlineBufArray(
@@ -81,7 +81,12 @@ public:
     bool CheckInvariants() const;
 
 private:
+    struct SWithoutBuffer
+    {};
+    explicit CZanInlineBufArray( SWithoutBuffer );
+
     bool HasParent( const CZanAllocator* pParent ) const;
+    void StartEmbedded();
     void ReturnToBuffer();
     void TakeFrom( CZanInlineBufArray& Source );
     void SwapUnlike( CZanInlineBufArray& Other );
@@ -122,7 +127,16 @@ CZanInlineBufArray<T, N, TSize, TAllocator>::CZanInlineBufArray(
     CZanAllocator& Parent ) requires std::is_constructible_v<TAllocator, CZanAllocator&>
     : CBase( typename CBase::SWithoutAllocator() ), _Allocator( Parent )
 {
-    this->StartOnBuffer( _Allocator );
+    StartEmbedded();
+}
+
+template <typename T, int32 N, typename TSize, typename TAllocator>
+inline CZanInlineBufArray<T, N, TSize, TAllocator>::CZanInlineBufArray( SWithoutBuffer )
+    : CBase( typename CBase::SWithoutAllocator() )
+{
+    this->_pData = nullptr;
+    this->_Capacity = 0;
+    this->_pAllocator = &_Allocator;
 }
 
 template <typename T, int32 N, typename TSize, typename TAllocator>
@@ -176,7 +190,7 @@ CZanInlineBufArray<T, N, TSize, TAllocator>::CZanInlineBufArray( const CBase& Ot
 
 template <typename T, int32 N, typename TSize, typename TAllocator>
 inline CZanInlineBufArray<T, N, TSize, TAllocator>::CZanInlineBufArray( CZanInlineBufArray&& Source )
-    : CZanInlineBufArray()
+    : CZanInlineBufArray( SWithoutBuffer() )
 {
     TakeFrom( Source );
 }
@@ -230,7 +244,14 @@ inline CZanInlineBufArray<T, N, TSize, TAllocator>& CZanInlineBufArray<T, N, TSi
     {
         return *this;
     }
-    ReturnToBuffer();
+    if ( IsUsingInternalMemory() )
+    {
+        this->RemoveAll();
+    }
+    else
+    {
+        this->LeaveBuffer( _Allocator );
+    }
     TakeFrom( Source );
     return *this;
 }
@@ -258,7 +279,7 @@ CZanInlineBufArray<T, N, TSize, TAllocator>& CZanInlineBufArray<T, N, TSize, TAl
     this->ExchangeBlocks( Source );
     if ( this->_pData == nullptr )
     {
-        this->StartOnBuffer( _Allocator );
+        StartEmbedded();
     }
     return *this;
 }
@@ -387,15 +408,16 @@ inline void CZanInlineBufArray<T, N, TSize, TAllocator>::ReturnToBuffer()
         return;
     }
     this->LeaveBuffer( _Allocator );
-    this->StartOnBuffer( _Allocator );
+    StartEmbedded();
 }
 
-/// Requires that this array is empty and on its embedded buffer.
+/// Requires that this array is empty, and on its embedded buffer or without a block.
 template <typename T, int32 N, typename TSize, typename TAllocator>
 inline void CZanInlineBufArray<T, N, TSize, TAllocator>::TakeFrom( CZanInlineBufArray& Source )
 {
     if ( Source.IsUsingInternalMemory() )
     {
+        this->StartOnBuffer( _Allocator );
         if constexpr ( TAllocator::bCopiesWhole )
         {
             _Allocator.CopyBuffer( Source._Allocator );
@@ -406,16 +428,26 @@ inline void CZanInlineBufArray<T, N, TSize, TAllocator>::TakeFrom( CZanInlineBuf
         }
         this->_Size = std::exchange( Source._Size, 0 );
     }
-    else if ( !HasParent( Source._Allocator.GetParentAllocator() ) )
+    else if ( Source._pData != nullptr && HasParent( Source._Allocator.GetParentAllocator() ) )
     {
-        this->MoveElementsFrom( Source );
-    }
-    else if ( Source._pData != nullptr )
-    {
-        // Instead of the embedded buffer, which needs no freeing.
         this->_pData = std::exchange( Source._pData, nullptr );
         this->_Capacity = std::exchange( Source._Capacity, 0 );
         this->_Size = std::exchange( Source._Size, 0 );
+    }
+    else
+    {
+        StartEmbedded();
+        this->MoveElementsFrom( Source );
+    }
+}
+
+template <typename T, int32 N, typename TSize, typename TAllocator>
+inline void CZanInlineBufArray<T, N, TSize, TAllocator>::StartEmbedded()
+{
+    this->StartOnBuffer( _Allocator );
+    if constexpr ( TAllocator::bCopiesWhole )
+    {
+        _Allocator.ClearBuffer();
     }
 }
 

@@ -37,20 +37,22 @@ public:
     virtual CZanAllocator* GetParentAllocator() const = 0;
 };
 
-/// The embedded buffer, aligned for T. A small one of bytes starts as zeros instead of raw memory, so that it
-/// may be copied as a whole, which is faster than as many elements as there are.
+/// The embedded buffer, aligned for T.
 template <typename T, int32 N, typename TSize = int32>
 class CZanBaseInlineBufferAllocator : public CZanSmallSingleBufferAllocator<T, TSize>
 {
     static_assert( N > 0, "an embedded buffer without room could not be told from no buffer" );
 
 public:
+    /// Whether the elements are bytes, and few.
     static constexpr bool bCopiesWhole = std::is_trivially_copyable_v<T> && sizeof( T ) * N <= 64;
 
-    CZanBaseInlineBufferAllocator();
+    CZanBaseInlineBufferAllocator() {}
     ~CZanBaseInlineBufferAllocator() override {}
 
-    /// Whatever it holds. Requires bCopiesWhole, and that Other is another allocator.
+    // For a container that clears the buffer before it uses it, instead of leaving places raw: it then may
+    // copy all of it, which is faster than as many elements as there are. All require bCopiesWhole.
+    void ClearBuffer() { std::memset( static_cast<void*>( _Buffer ), 0, sizeof( _Buffer ) ); }
     void CopyBuffer( const CZanBaseInlineBufferAllocator& Other );
     void SwapBuffer( CZanBaseInlineBufferAllocator& Other );
 
@@ -129,15 +131,6 @@ namespace NZanInlineAllocator::NDetail
 // No template: one assertion for all element types.
 inline void ReportReallocation() { zan_assert_text( false, "Tried to reallocate a pre-allocated buffer" ); }
 } // namespace NZanInlineAllocator::NDetail
-
-template <typename T, int32 N, typename TSize>
-inline CZanBaseInlineBufferAllocator<T, N, TSize>::CZanBaseInlineBufferAllocator()
-{
-    if constexpr ( bCopiesWhole )
-    {
-        std::memset( static_cast<void*>( _Buffer ), 0, sizeof( _Buffer ) );
-    }
-}
 
 template <typename T, int32 N, typename TSize>
 inline void CZanBaseInlineBufferAllocator<T, N, TSize>::CopyBuffer(
