@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #if defined( __unix__ ) || defined( __APPLE__ )
 #include <pthread.h>
 #endif
@@ -18,6 +20,11 @@ void WriteDebugOutput( const char* pText );
 /// Sends the debug output to pSink from now on and gives the former sink, null for the system's own. A null
 /// pSink restores that. A write that runs meanwhile on another thread may still reach the former sink.
 FDebugOutput SetDebugOutput( FDebugOutput pSink );
+
+/// Negative, zero or positive as the Size bytes at pLeft sort before, with or behind those at pRight, upper
+/// and lower ASCII letters being one (lower), whatever the locale. Zero bytes are bytes like others. Null is
+/// fine with a Size of 0.
+int CompareIgnoreCase( const char* pLeft, const char* pRight, std::size_t Size );
 
 /// Lets another thread run that waits for this processor. For spinning on what another thread is about to do.
 void YieldThread();

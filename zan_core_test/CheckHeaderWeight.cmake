@@ -6,6 +6,8 @@ set( Limits
     zan_core/text/zan_string_view.h 3000
     zan_core/containers/zan_array.h 23000
     zan_core/holders/zan_optional.h 6000
+    zan_core/holders/zan_scoped_ptr.h 7000
+    zan_core/holders/zan_any.h 8000
     zan_core/hashing/zan_unordered_map.h 35000
 )
 

@@ -18,7 +18,13 @@ public:
     void AddReference() const { _ReferenceCount.fetch_add( 1, std::memory_order_relaxed ); }
 
     /// Deletes the object when this was its last reference. Requires one.
-    void ReleaseReference() const;
+    void ReleaseReference() const
+    {
+        if ( RemoveReference() )
+        {
+            delete this;
+        }
+    }
 
     /// What the count was a moment ago, where other threads change it.
     int32 GetReferenceCount() const { return _ReferenceCount.load( std::memory_order_relaxed ); }
@@ -51,7 +57,13 @@ class CZanAllocatedRefCountable : public CZanRefCountable
 public:
     /// Ends the object when this was its last reference, and frees the block that it was built in. Requires
     /// one.
-    void ReleaseReference() const;
+    void ReleaseReference() const
+    {
+        if ( RemoveReference() )
+        {
+            End();
+        }
+    }
 
 protected:
     /// Allocator is where the object is being built.
@@ -61,8 +73,19 @@ protected:
     ~CZanAllocatedRefCountable() override = default;
 
 private:
+    void End() const;
+
     CZanAllocator* _pAllocator; // not owned, never null
 };
+
+inline bool CZanRefCountable::RemoveReference() const
+{
+    if ( !zan_expects( GetReferenceCount() > 0, "ReleaseReference of an object without references" ) )
+    {
+        return false;
+    }
+    return _ReferenceCount.fetch_sub( 1, std::memory_order_acq_rel ) == 1;
+}
 
 /// A new T( Allocator, Args... ) in a block of that allocator, without references. An exception of the
 /// constructor passes through, with the block given back.

@@ -58,3 +58,22 @@ TEST_CASE( "NZanPlatform::CSlimLock has one owner", "[platform]" )
     Other.join();
     REQUIRE( Total == 20000 );
 }
+
+TEST_CASE( "NZanPlatform::CompareIgnoreCase orders by bytes in lower case", "[platform]" )
+{
+    const auto Compare = []( const std::string& Left, const std::string& Right ) {
+        const int Order = NZanPlatform::CompareIgnoreCase( Left.data(), Right.data(), Left.size() );
+        return ( Order > 0 ) - ( Order < 0 );
+    };
+    const std::string Equal = "12345678";
+    for ( const std::string& Before : { std::string(), Equal, Equal + Equal + "ab" } )
+    {
+        REQUIRE(
+            ( Compare( Before + "aZ", Before + "Az" ) == 0 && Compare( Before + "A", Before + "b" ) < 0 ) );
+        REQUIRE(
+            ( Compare( Before + "_", Before + "A" ) < 0 && Compare( Before + "\xE4", Before + "z" ) > 0 ) );
+        REQUIRE( ( Compare( Before + "[", Before + "{" ) < 0 && Compare( Before + "@", Before + "`" ) < 0 ) );
+        REQUIRE( Compare( Before + std::string( "\0B", 2 ), Before + std::string( "\0a", 2 ) ) > 0 );
+    }
+    REQUIRE( NZanPlatform::CompareIgnoreCase( nullptr, nullptr, 0 ) == 0 );
+}

@@ -1,0 +1,490 @@
+#include "zan_core/numerics/zan_fixed_point.h"
+
+#include "zan_test/include/zan_test_catch.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <random>
+#include <type_traits>
+#include <vector>
+
+namespace
+{
+__extension__ typedef __int128 CWide; // NOLINT: pedantic compilers want the old form
+
+constexpr int64 Lowest = std::numeric_limits<int64>::min();
+constexpr int64 Highest = std::numeric_limits<int64>::max();
+
+template <typename T = CFixedPoint>
+constexpr T Raw( int64 Underlying )
+{
+    return T( NFixedPoint::ConstructWithUnderlying, Underlying );
+}
+
+double GetDouble( CFixedPoint Value ) { return static_cast<double>( Value.GetUnderlying() ) / 100000.0; }
+
+// --- The reference: the steps one by one, in 128 bits, cut to 64 at the end of each --------------
+
+constexpr int64 Cut( CWide Value ) { return static_cast<int64>( static_cast<uint64>( Value ) ); }
+
+int64 MultiplyExactly( int64 A, int64 B )
+{
+    const CWide FromFraction = CWide( A ) * ( B % 100000 );
+    return FromFraction == Cut( FromFraction )
+               ? Cut( CWide( A ) * B / 100000 )
+               : Cut( CWide( A ) * ( B / 100000 ) + Cut( FromFraction ) / 100000 );
+}
+
+int64 DivideExactly( int64 A, int64 B )
+{
+    const CWide Scaled = CWide( A ) * 100000;
+    const CWide Fraction = A % 100000;
+    return B == 0                    ? 0xFFFFFFFF
+           : Scaled == Cut( Scaled ) ? Cut( Scaled / B )
+           : std::abs( B / 100000 ) < 100000
+               ? Cut( ( Scaled - Fraction * 100000 ) / B + Fraction * 100000 / B )
+               : A / ( B / 100000 );
+}
+
+int64 SinExactly( int64 X )
+{
+    int64 V = ( X % 628319 + 628319 ) % 628319;
+    const int64 Sign = V > 314159 ? -1 : 1;
+    V -= V > 314159 ? 314159 : 0;
+    V = V > 157080 ? 314160 - V : V;
+    int64 Term = V, Sum = 0, Factorial = 100000;
+    for ( int64 N = 2; N <= 6; N += 2 )
+    {
+        Sum += DivideExactly( Term, Factorial ) * ( N == 4 ? -1 : 1 );
+        Term = MultiplyExactly( MultiplyExactly( Term, V ), V );
+        Factorial = MultiplyExactly( Factorial, ( N + 1 ) * N * 100000 );
+    }
+    return Sign * Sum;
+}
+
+int64 ExpExactly( int64 X )
+{
+    int64 Sum = 100000, Term = 100000;
+    for ( int64 n = 1; Term != 0 && n <= 10000; ++n )
+    {
+        Term = MultiplyExactly(
+            Term, n < 1000 ? MultiplyExactly( X, 100000 / n ) : DivideExactly( X, n * 100000 ) );
+        Sum = Cut( CWide( Sum ) + Term );
+    }
+    return Sum;
+}
+
+int64 LogExactly( int64 X )
+{
+    int64 K = 0;
+    for ( ; X >= 596191598; K += 800000 )
+    {
+        X = DivideExactly( X, 298095799 );
+    }
+    for ( ; X >= 200000; K += 100000 )
+    {
+        X = MultiplyExactly( X, 36788 );
+    }
+    int64 Power = X - 100000, Sum = Power, Term = 1;
+    for ( int64 n = 2; Term != 0; ++n )
+    {
+        Power = MultiplyExactly( Power, 100000 - X );
+        Term = n < 1000 ? MultiplyExactly( Power, 100000 / n ) : DivideExactly( Power, n * 100000 );
+        Sum += Term;
+    }
+    return K + Sum;
+}
+
+int64 SqrtExactly( int64 X )
+{
+    int64 Guess = DivideExactly( X, 200000 ), Step = 1;
+    CWide Error = Highest;
+    const int64 Tolerance = Cut( CWide( X ) * 1000 ) / 100000;
+    for ( int32 i = 0; i < 64 && Step != 0 && ( Error < -Tolerance || Error > Tolerance ); ++i )
+    {
+        Error = Cut( CWide( MultiplyExactly( Guess, Guess ) ) - X );
+        Step = DivideExactly( Cut( Error ), Cut( CWide( Guess ) * 2 ) );
+        Guess = Cut( CWide( Guess ) - Step );
+    }
+    return X < 2 ? 0 : Guess;
+}
+
+int64 SafeSqrtExactly( int64 X )
+{
+    if ( X < 3000000000 )
+    {
+        return X > 10000 ? SqrtExactly( X )
+                         : Cut( CWide( SqrtExactly( Cut( CWide( X ) * 100 ) ) ) * 10000 ) / 100000;
+    }
+    const int64 Less = Cut( CWide( X ) * 1000 ) / 100000;
+    return Cut( CWide( Less > 10000 ? SafeSqrtExactly( Less ) : SqrtExactly( Less ) ) * 10 );
+}
+
+// --- Operands ----------------------------------------------------------------------------------------------
+
+/// Both sides of every threshold, and random values of all magnitudes; always the same.
+std::vector<int64> MakeOperands( size_t RandomCount )
+{
+    std::vector<int64> Operands = { 0, Lowest, Highest };
+    for ( const int64 Edge : { int64( 1 ), int64( 10000 ), int64( 99999 ), int64( 157080 ), int64( 314159 ),
+              int64( 596191598 ), int64( 3000000000 ), int64( 3037000499 ), int64( 9999999999 ),
+              int64( 92233720368547 ), int64( 92233720368547758 ), Highest - 1 } )
+    {
+        Operands.insert( Operands.end(), { Edge, -Edge, Edge + 1, -Edge - 1 } );
+    }
+    std::mt19937_64 Random( 0xEDE419C6 );
+    for ( size_t i = 0; i < RandomCount; ++i )
+    {
+        const uint64 Bits = Random();
+        Operands.push_back( static_cast<int64>( Bits ) >> ( Random() % 62 ) );
+    }
+    return Operands;
+}
+
+template <typename TCheck>
+void ForAllPairs( const TCheck& Check )
+{
+    for ( const int64 A : MakeOperands( 500 ) )
+    {
+        for ( const int64 B : MakeOperands( 200 ) )
+        {
+            CAPTURE( A, B );
+            Check( A, B );
+        }
+    }
+}
+
+/// Values from Low to High, both with decimals that no table would pick.
+std::vector<CFixedPoint> MakeSamples( double Low, double High )
+{
+    std::mt19937 Random( 0xEDE419C6 );
+    std::vector<CFixedPoint> Samples( 1000 );
+    for ( CFixedPoint& Sample : Samples )
+    {
+        Sample = Low + ( High - Low ) * static_cast<double>( Random() ) / 4294967296.0;
+    }
+    return Samples;
+}
+
+template <typename TLeft, typename TRight>
+constexpr bool bCanAdd = std::is_invocable_v<std::plus<>, TLeft, TRight>;
+} // namespace
+
+// Constants come from the same functions, and no two types mix by accident.
+static_assert( ( 1_fixed ).Exp().GetUnderlying() == 271824 && ( 100_fixed ).Log10().GetRounded() == 2 );
+static_assert( ( 4_fixed ).SafeSqrt().GetRounded() == 2 && ( 0_fixed ).Sin() == 0 && 2 / 4_fixed == 0.5 );
+static_assert( ( 2_fixed ).Pow( -3 ).GetRounded() == 0 && Raw( Lowest ) / Raw( -1 ) == 0 );
+static_assert( bCanAdd<CFixedPoint, double> && bCanAdd<uint8, fixed_int64> && !bCanAdd<CFixedPoint, bool> );
+static_assert( !bCanAdd<CFixedPoint, fixed_int64> && !std::is_convertible_v<fixed_int64, CFixedPoint> );
+static_assert( !bCanAdd<CFixedPoint, long double> && !std::is_constructible_v<CFixedPoint, const char*> );
+static_assert( fixed_int64( -0.5_fixed ) == -0.5 && CFixedPoint( 1e308 ) == Raw( Highest ) );
+
+TEST_CASE( "FixedPoint Resolution", "[fixedpoint]" )
+{
+    REQUIRE( CFixedPoint::CreateFixedWithUnderlyingValue( NFixedPoint::Resolution ) == 1 );
+    REQUIRE( fixed_int64::CreateFixedWithUnderlyingValue( -NFixedPoint::Resolution ) == -1 );
+    REQUIRE( ( CFixedPoint( 1 ) / NFixedPoint::Resolution ) * NFixedPoint::Resolution == 1 );
+
+    SECTION( "integers" )
+    {
+        REQUIRE( fixed_int64( 2000000000 ).GetUnderlying() == 200000000000000 );
+        REQUIRE( CFixedPoint( int8( -128 ) ).GetUnderlying() == -12800000 );
+        REQUIRE( CFixedPoint( std::numeric_limits<uint64>::max() ) == -1 ); // wraps
+        REQUIRE( CFixedPoint( Lowest ) == 0 );
+    }
+    SECTION( "floats" )
+    {
+        REQUIRE( ( CFixedPoint( 0.7f ) == Raw( 70000 ) && CFixedPoint( -1.25f ) == Raw( -125000 ) ) );
+        REQUIRE( ( CFixedPoint( -0.000015 ) == Raw( -1 ) && CFixedPoint( -0.000016 ) == Raw( -2 ) ) );
+        REQUIRE( ( CFixedPoint( 16777217.0f ) == 16777216 && ( 0.25_fixed ).GetFloat() == 0.25f ) );
+        REQUIRE( ( CFixedPoint( std::nan( "" ) ) == 0 && fixed_int64( std::nanf( "" ) ) == 0 ) );
+        for ( const double Beyond : { 92233720368547.765, 1e14, std::numeric_limits<double>::infinity() } )
+        {
+            const float Float = static_cast<float>( Beyond );
+            REQUIRE( ( CFixedPoint( Beyond ) == Raw( Highest ) && CFixedPoint( -Beyond ) == Raw( Lowest ) ) );
+            REQUIRE( ( CFixedPoint( Float ) == Raw( Highest ) && CFixedPoint( -Float ) == Raw( Lowest ) ) );
+        }
+    }
+    SECTION( "literals" )
+    {
+        REQUIRE( ( 32.123_fixed == Raw( 3212300 ) && -32.5_fixed == Raw( -3250000 ) ) );
+        REQUIRE( ( 32_fixed == Raw( 3200000 ) && 0_fixed == Raw( 0 ) && .00001_fixed == Raw( 1 ) ) );
+        REQUIRE( ( 5._fixed == Raw( 500000 ) && 010.5_fixed == Raw( 1050000 ) ) );
+        REQUIRE( 92'233'720'368'547.758'07_fixed == Raw( Highest ) );
+    }
+    SECTION( "limits" )
+    {
+        using CLimits = std::numeric_limits<CFixedPoint>;
+        REQUIRE(
+            ( CLimits::is_specialized && CLimits::is_signed && CLimits::is_exact && CLimits::is_bounded ) );
+        REQUIRE( ( CLimits::min() == Raw( Lowest ) && CLimits::lowest() == Raw( Lowest ) ) );
+        REQUIRE( ( CLimits::max() == Raw( Highest ) && CLimits::epsilon() == 0.00001_fixed ) );
+        REQUIRE( std::numeric_limits<const fixed_int64>::max() == Raw<fixed_int64>( Highest ) );
+        REQUIRE( CFixedPoint( 1'000'000'000'000'000'000 / 100000 ) < CLimits::max() ); // 18 digits fit
+    }
+}
+
+TEST_CASE( "FixedPoint Rounding", "[fixedpoint]" )
+{
+    for ( const auto& [ Value, Rounded ] :
+        { std::pair( .7f, 1 ), { .5f, 1 }, { .3f, 0 }, { -.3f, 0 }, { -.5f, -1 }, { -.7f, -1 } } )
+    {
+        REQUIRE( CFixedPoint( Value ).GetRounded() == Rounded );
+    }
+    REQUIRE( CFixedPoint( int64( 1 ) << 32 ).GetRounded() == 0 ); // the low 32 bits
+    REQUIRE( ( CFixedPoint( int64( 1 ) << 32 ) + 7.5 ).GetFloor() == 7 );
+    REQUIRE( ( CFixedPoint( -( int64( 1 ) << 32 ) ) - 7.5 ).GetCeiling() == -7 );
+}
+
+TEST_CASE( "FixedPoint OverflowSafe Division", "[fixedpoint]" )
+{
+    REQUIRE( Raw<fixed_int64>( 3518437208883100000 ) / Raw<fixed_int64>( -477768588594236149 ) ==
+             Raw<fixed_int64>( -736431 ) );
+
+    // Where both ways exist, they differ by what the split truncates.
+    ForAllPairs( []( int64 A, int64 B ) {
+        if ( B != 0 && std::abs( B / 100000 ) < 100000 && std::abs( A / 2 ) < 92233720368547 / 2 )
+        {
+            const int64 Short = ( Raw( A ) / Raw( B ) ).GetUnderlying();
+            REQUIRE( std::abs( NFixedPoint::NDetail::DivideWide( A, B ) - Short ) <= 10 );
+        }
+    } );
+}
+
+TEST_CASE( "FixedPoint Division Overflow", "[fixedpoint]" )
+{
+    const fixed_int64 Half( int64( 35184372088831 ) );
+    const fixed_int64 Whole( int64( 70368744177662 ) );
+    REQUIRE( Half / fixed_int64( .5f ) == Whole );
+    REQUIRE( Whole / fixed_int64( 2 ) == Half );
+    REQUIRE( fixed_int64( int64( 17592186044415 ) ) / 0.25 == fixed_int64( int64( 70368744177660 ) ) );
+    REQUIRE( Raw( Lowest ) / 0 == 42949.67295_fixed );
+    ForAllPairs( []( int64 A, int64 B ) {
+        REQUIRE( ( Raw( A ) / Raw( B ) ).GetUnderlying() == DivideExactly( A, B ) );
+    } );
+}
+
+TEST_CASE( "FixedPoint Multiplication", "[fixedpoint]" )
+{
+    const int64 Products[][ 3 ] = { { -53299958, -49993665, 26646602447 },
+        { 72419170, 35811479, 25934375856 }, { -53573037, 85494294, -45801889757 },
+        { -17276718, -50890038, 8792128355 }, { 94202996, 43604828, 41077054376 }, { 17623, 497, 87 },
+        { 497, 17623, 87 } };
+    for ( const auto& [ Left, Right, Product ] : Products )
+    {
+        REQUIRE( Raw<fixed_int64>( Left ) * Raw<fixed_int64>( Right ) == Raw<fixed_int64>( Product ) );
+    }
+    ForAllPairs( []( int64 A, int64 B ) {
+        REQUIRE( ( Raw( A ) * Raw( B ) ).GetUnderlying() == MultiplyExactly( A, B ) );
+    } );
+}
+
+TEST_CASE( "FixedPoint Rounding Sampled", "[fixedpoint]" )
+{
+    for ( const int32 Base : { 0, 1, -1, 5, -5, 20000, -20000, 2147483000, -2147483000 } )
+    {
+        for ( int64 d = 1; d < 100000; d += d < 100 || ( d > 49900 && d < 50100 ) || d > 99900 ? 1 : 97 )
+        {
+            for ( const CFixedPoint Value : { Base + Raw( d ), Base - Raw( d ) } )
+            {
+                const double Double = GetDouble( Value );
+                CAPTURE( Value );
+                REQUIRE( Value.HasDecimals() );
+                REQUIRE( Value.GetTruncated() == std::trunc( Double ) );
+                REQUIRE( Value.GetFloor() == std::floor( Double ) );
+                REQUIRE( Value.GetCeiling() == std::ceil( Double ) );
+                REQUIRE( Value.GetRounded() == std::round( Double ) );
+            }
+        }
+        REQUIRE( !CFixedPoint( Base ).HasDecimals() );
+        REQUIRE( ( CFixedPoint( Base ).GetFloor() == Base && CFixedPoint( Base ).GetCeiling() == Base ) );
+    }
+}
+
+TEST_CASE( "FixedPoint RoundTo", "[fixedpoint]" )
+{
+    const struct
+    {
+        CFixedPoint Value, Step, Rounded;
+        int64 Count;
+    } Cases[] = { { 1.3_fixed, 0.5_fixed, 1.5_fixed, 3 }, { 1.25_fixed, 0.5_fixed, 1.5_fixed, 3 },
+        { -1.25_fixed, 0.5_fixed, -1.5_fixed, -3 }, { 1.2499_fixed, 0.5_fixed, 1_fixed, 2 },
+        { -1.25_fixed, -0.5_fixed, -1.5_fixed, -3 }, { 3.7_fixed, 0, 3.7_fixed, 0 },
+        { 5_fixed, Raw( Lowest ), 0, 0 }, { 1_fixed, 3_fixed, 0, 0 } };
+    for ( auto [ Value, Step, Rounded, Count ] : Cases )
+    {
+        CAPTURE( Value, Step );
+        REQUIRE( Value.RoundTo( Step ) == Count );
+        REQUIRE( Value == Rounded );
+    }
+}
+
+TEST_CASE( "FixedPoint RoundTo Sampled", "[fixedpoint]" )
+{
+    for ( const CFixedPoint Sample : MakeSamples( 0, 1 ) )
+    {
+        CFixedPoint Value = Sample;
+        REQUIRE( Value.RoundTo( 1 ) == Sample.GetRounded() );
+        REQUIRE( ( !Value.HasDecimals() && Value.GetTruncated() == Sample.GetRounded() ) );
+        Value = Sample;
+        REQUIRE( Value.RoundTo( 0.00001_fixed ) == Sample.GetUnderlying() );
+        REQUIRE( Value == Sample );
+    }
+}
+
+TEST_CASE( "FixedPoint Trigonometry", "[fixedpoint]" )
+{
+    REQUIRE( ( 0_fixed ).Sin() == 0 );
+    REQUIRE( ( 1.5708_fixed ).Sin() == 1.00453_fixed ); // what three terms give
+    REQUIRE( ( 0_fixed ).Cos() == 1.00453_fixed );
+    REQUIRE( ( 3.14159_fixed ).Sin() == 0.00001_fixed ); // mirrored at the greater pi
+    REQUIRE( ( 3.1416_fixed ).Sin() == -0.00001_fixed ); // folded by the smaller one
+    REQUIRE( ( 1_fixed ).Exp() == 2.71824_fixed );
+    REQUIRE( ( 0_fixed ).Exp() == 1 );
+    for ( const CFixedPoint NoLog : { 1_fixed, 0_fixed, -0.00001_fixed, Raw( Lowest ) } )
+    {
+        REQUIRE( ( NoLog.Log() == 0 && NoLog.Log10() == 0 ) );
+    }
+    REQUIRE( AlmostEqual( ( 10_fixed ).Log10(), 1 ) );
+    REQUIRE( AlmostEqual( ( 100_fixed ).Log10(), 2 ) );
+}
+
+TEST_CASE( "FixedPoint Trigonometry Sampled", "[fixedpoint]" )
+{
+    for ( const CFixedPoint X : MakeSamples( -2, 2 ) )
+    {
+        CAPTURE( X );
+        REQUIRE( AlmostEqual( X.Sin(), std::sin( GetDouble( X ) ) ) );
+        REQUIRE( AlmostEqual( X.Cos(), std::cos( GetDouble( X ) ) ) );
+        REQUIRE( AlmostEqual( X.Exp(), std::exp( GetDouble( X ) ), 0.02 ) );
+        REQUIRE( AlmostEqual( X.Exp().Log(), X, 0.04 ) );
+    }
+}
+
+TEST_CASE( "FixedPoint Sqrt", "[fixedpoint]" )
+{
+    for ( const auto& [ Square, Root ] :
+        { std::pair( 0., 0. ), { .01, .1 }, { 1, 1 }, { 4, 2 }, { 100, 10 } } )
+    {
+        const CFixedPoint Value = Square;
+        CAPTURE( Value );
+        REQUIRE( !Value.TooBigToSqrt() );
+        REQUIRE( AlmostEqual( Value.Sqrt(), Root ) );
+        REQUIRE( AlmostEqual( Value.SafeSqrt(), Root ) );
+    }
+    REQUIRE( ( ( 0_fixed ).Sqrt() == 0 && ( 0.00001_fixed ).Sqrt() == 0 && ( -4_fixed ).SafeSqrt() == 0 ) );
+    REQUIRE( ( 0.00001_fixed ).SafeSqrt() >= 0.00001_fixed );
+    REQUIRE( ( ( 30000_fixed ).TooBigToSqrt() && !( 29999.99999_fixed ).TooBigToSqrt() ) );
+    REQUIRE( AlmostEqual( ( 10000000000_fixed ).SafeSqrt() / 100000, 1 ) );
+}
+
+TEST_CASE( "FixedPoint Pow", "[fixedpoint]" )
+{
+    REQUIRE( CFixedPoint( 1 ).Pow( 1 ) == 1 );
+    REQUIRE( CFixedPoint( 2 ).Pow( 0 ) == 1 );
+    const double Powers[][ 3 ] = { { 0.00001, 0, 1 }, { 0.5, 2, 0.25 }, { 0.1, 2, 0.01 }, { 2, 2, 4 },
+        { -2, 2, 4 }, { 2, -2, 0.25 }, { -2, -2, 0.25 }, { 2, -3, 0.125 }, { -2, -3, -0.125 }, { 4, 0.5, 2 },
+        { 4, -1, 0.25 }, { 10000, 0, 1 }, { 0, 5, 1 }, { -2, 1.5, 2.828 } };
+    for ( const auto& [ Base, Exponent, Power ] : Powers )
+    {
+        CAPTURE( Base, Exponent );
+        REQUIRE( AlmostEqual( CFixedPoint( Base ).Pow( Exponent ), Power ) );
+    }
+    REQUIRE( AlmostEqual( CFixedPoint( -2 ).Pow( 4 ), 16, 0.1 ) );
+    REQUIRE( AlmostEqual( CFixedPoint( -2 ).Pow( 3 ), -8, 0.1 ) );
+}
+
+TEST_CASE( "FixedPoint Pow Sampled", "[fixedpoint]" )
+{
+    for ( const CFixedPoint X : MakeSamples( -10, 10 ) )
+    {
+        CAPTURE( X );
+        REQUIRE( AlmostEqual( X.Pow( 0 ), 1 ) );
+        REQUIRE( AlmostEqual( CFixedPoint( 1 ).Pow( X ), 1 ) );
+        REQUIRE( AlmostEqual( ( X.Abs() + 1 ).Pow( 1.5 ), std::pow( GetDouble( X.Abs() + 1 ), 1.5 ), 0.1 ) );
+    }
+}
+
+TEST_CASE( "fixed_int64 Equality Comparison", "[fixedpoint]" )
+{
+    REQUIRE( !( fixed_int64( 5528.94464 ) == 2000000000 ) );
+    REQUIRE( !( fixed_int64( -10182.67296 ) == static_cast<int16>( 32767 ) ) );
+    REQUIRE( ( fixed_int64( 7 ) == 7u && 7.0f == fixed_int64( 7 ) && fixed_int64( 7 ) != 7.5 ) );
+    const fixed_int64 Below = Raw<fixed_int64>( Lowest );
+    REQUIRE(
+        ( Below < -1 && Below <= Below && !( Below < Below ) && 1 > Below && 1 >= Below && Below != 1 ) );
+    REQUIRE( ( AlmostEqual( 0.00999_fixed, 0 ) && !AlmostEqual( 0.01_fixed, 0 ) ) );
+    REQUIRE( std::max<fixed_int64>( Below, 2 ) == std::clamp<fixed_int64>( 3, Below, 2 ) );
+}
+
+TEMPLATE_TEST_CASE( "FixedPoint Operands", "[fixedpoint]", int8, uint8, int16, uint16, int32, uint32, int64,
+    uint64, long long, float, double )
+{
+    const auto Check = []<typename TFixed>( TFixed Value ) {
+        const TestType Two = 2;
+        REQUIRE( ( Value + Two == 9.5 && Two + Value == 9.5 && Value - Two == 5.5 && Two - Value == -5.5 ) );
+        REQUIRE( ( Value * Two == 15 && Two * Value == 15 && Value / Two == 3.75 &&
+                   Two / Value == TFixed( 0.26666_fixed ) ) );
+        REQUIRE( ( Two < Value && Value > Two && Two != Value && Value != Two && Two == TFixed( 2 ) ) );
+        REQUIRE( ( ( Value += Two ) == 9.5 && ( Value -= Two ) == 7.5 && ( Value *= Two ) == 15 ) );
+        REQUIRE( ( ( Value /= Two ) == 7.5 && +Value == 7.5 && -Value == -7.5 && ( -Value ).Abs() == 7.5 ) );
+        REQUIRE( ( Value -= Value ) == 0 );
+    };
+    Check( 7.5_fixed );
+    Check( fixed_int64( 7.5 ) );
+}
+
+TEST_CASE( "FixedPoint Text And Hash", "[fixedpoint]" )
+{
+    for ( const auto& [ Underlying, pText ] : { std::pair<int64, const char*>( 0, "0" ), { 100000, "1" },
+              { -50000, "-0.5" }, { 3202000, "32.02" }, { 1, "0.00001" }, { -1, "-0.00001" },
+              { Highest, "92233720368547.75807" }, { Lowest, "-92233720368547.75808" } } )
+    {
+        REQUIRE( Catch::Detail::stringify( Raw( Underlying ) ) == pText );
+        REQUIRE( Catch::Detail::stringify( Raw<fixed_int64>( Underlying ) ) == pText );
+    }
+    REQUIRE(
+        ( ZanHash( 0.5_fixed ) == ZanHash( Raw( 50000 ) ) && ZanHash( 0.5_fixed ) != ZanHash( 5_fixed ) ) );
+    REQUIRE( std::hash<CFixedPoint>()( 2 ) != std::hash<CFixedPoint>()( 3 ) );
+    REQUIRE( std::hash<fixed_int64>()( 2 ) == std::hash<fixed_int64>()( 2.0 ) );
+}
+
+TEST_CASE( "FixedPoint Over The Whole Range", "[fixedpoint]" )
+{
+    const std::vector<int64> Operands = MakeOperands( 100 );
+    for ( size_t i = 0; i < Operands.size(); ++i )
+    {
+        const int64 A = Operands[ i ];
+        const int64 B = Operands[ Operands.size() - 1 - i ];
+        const CFixedPoint X = Raw( A );
+        CAPTURE( A, B );
+        REQUIRE( X.Sin().GetUnderlying() == SinExactly( A ) );
+        REQUIRE( X.Cos().GetUnderlying() == SinExactly( Cut( CWide( A ) + 157080 ) ) );
+        REQUIRE( X.Exp().GetUnderlying() == ExpExactly( A ) );
+        REQUIRE( X.Log().GetUnderlying() == ( A > 0 ? LogExactly( A ) : 0 ) );
+        const int64 Power = ( Raw( B ) * X.Abs().Log() ).Exp().GetUnderlying();
+        const bool bIsNegative = A < 0 && B % 100000 == 0 && B / 100000 % 2 != 0;
+        REQUIRE( X.Pow( Raw( B ) ).GetUnderlying() == ( bIsNegative ? Cut( -CWide( Power ) ) : Power ) );
+        REQUIRE( X.Sqrt().GetUnderlying() == SqrtExactly( A ) );
+        REQUIRE( X.SafeSqrt().GetUnderlying() == SafeSqrtExactly( A ) );
+
+        REQUIRE( ( X + Raw( B ) ).GetUnderlying() == Cut( CWide( A ) + B ) );
+        REQUIRE( ( X - Raw( B ) ).GetUnderlying() == Cut( CWide( A ) - B ) );
+        REQUIRE( ( -X ).GetUnderlying() == Cut( -CWide( A ) ) );
+        REQUIRE(
+            X.GetRounded() == static_cast<int32>( Cut( CWide( A ) + ( A < 0 ? -50000 : 50000 ) ) / 100000 ) );
+        REQUIRE( ( X.GetTruncated() == X.GetFloor() || X.GetTruncated() == X.GetCeiling() ) );
+
+        const CWide Difference = CWide( A ) > B ? CWide( A ) - B : CWide( B ) - A;
+        REQUIRE( AlmostEqual( X, Raw( B ) ) == ( Difference < 1000 ) );
+        REQUIRE( AlmostEqual( X, Raw( B ), Raw( Highest ) ) == ( Difference < Highest ) );
+        REQUIRE( !AlmostEqual( X, X, -X.Abs() ) );
+
+        CFixedPoint Rounded = X;
+        const int64 Count = Rounded.RoundTo( Raw( B ) );
+        const CWide Step = B == Lowest ? CWide( B ) : CWide( B < 0 ? -B : B );
+        REQUIRE( ( B == 0 ? Count == 0 && Rounded == X : Rounded.GetUnderlying() == Cut( Step * Count ) ) );
+    }
+}

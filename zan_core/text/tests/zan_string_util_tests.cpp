@@ -1,0 +1,385 @@
+#include "zan_core/text/zan_string_utils.h"
+
+#include "zan_core/containers/zan_inline_array.h"
+#include "zan_test/include/zan_test_catch.h"
+#include "zan_test/include/zan_test_matchers.h"
+
+#include <cctype>
+#include <limits>
+#include <list>
+#include <random>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+using namespace NZanStringUtils;
+
+namespace
+{
+struct SCase
+{
+    CZanStringView Text, Argument, Expected;
+};
+
+/// Function gives the expected part of each text, terminated if and only if it keeps the text's end.
+template <typename TFunction, size_t N>
+void CheckParts( const TFunction& Function, const SCase ( &Cases )[ N ] )
+{
+    for ( const SCase& Case : Cases )
+    {
+        const CZanStringView Part = Function( Case.Text, Case.Argument );
+        CAPTURE( Case.Text, Case.Argument );
+        REQUIRE( Part == Case.Expected );
+        REQUIRE( ( Part.GetData() >= Case.Text.GetData() && Part.GetIterEnd() <= Case.Text.GetIterEnd() ) );
+        REQUIRE( Part.IsNullTerminated() == ( Part.GetIterEnd() == Case.Text.GetIterEnd() ) );
+    }
+}
+
+constexpr CZanStringView Blank = " \t\r\n";
+const CZanStringView Suffixes[] = { "", "k", "m" };
+
+std::string Format( int64 Value, uint32 Digits, uint32 Decimals, uint32 Base = 1000 )
+{
+    return FormatIntegerWithExponentialSuffix( Value, Digits, Decimals, Base, Suffixes ).GetString();
+}
+std::string Metric( int64 Value, uint32 Digits, uint32 Decimals )
+{
+    return FormatMetric( Value, Digits, Decimals ).GetString();
+}
+std::string Bytes( int64 Value, uint32 Digits, uint32 Decimals )
+{
+    return FormatBytes( Value, Digits, Decimals ).GetString();
+}
+
+std::vector<std::string> Split( CZanStringView Text, CZanStringView Delimiter, int32 Max = 2147483647 )
+{
+    const std::vector<char> Chars( begin( Text ), end( Text ) ); // nothing readable behind them
+    std::vector<std::string> Result;
+    for ( const CString& Element :
+        SplitLong( CZanStringView( Chars.data(), Text.GetSize() ), Delimiter, Max ) )
+    {
+        Result.push_back( Element.GetString() );
+    }
+    return Result;
+}
+using CStrings = std::vector<std::string>;
+
+using TStringContainerTypes = std::tuple<CZanArray<CString>, CZanArray<CZanStringView>,
+    CZanArray<const char*>, CZanInlineBufArray<CString, 4>, std::list<CString>>;
+
+template <typename T>
+void AppendTo( CZanArray<T>& Container, const char* pText )
+{
+    Container.AppendEmplace( pText );
+}
+template <typename T>
+void AppendTo( std::list<T>& Container, const char* pText )
+{
+    Container.emplace_back( pText );
+}
+
+std::string WithCase( std::string Text, size_t Count, auto bUpper )
+{
+    for ( size_t i = 0; i < std::min( Count, Text.size() ); ++i )
+    {
+        Text[ i ] = static_cast<char>( bUpper() ? std::toupper( Text[ i ] ) : std::tolower( Text[ i ] ) );
+    }
+    return Text;
+}
+constexpr auto Upper = [] { return true; };
+constexpr auto Lower = [] { return false; };
+constexpr auto Any = [] {
+    static std::minstd_rand Random;
+    return Random() % 2 == 0;
+};
+
+template <typename TCase, size_t Count>
+struct SMutator
+{
+    std::string operator()( const std::string& Text ) const { return WithCase( Text, Count, TCase() ); }
+};
+using SMakeLowercase = SMutator<decltype( Lower ), 999>;
+using SMakeUppercase = SMutator<decltype( Upper ), 999>;
+using SMakeRandomcase = SMutator<decltype( Any ), 999>;
+using SMakeFirstLowerCase = SMutator<decltype( Lower ), 1>;
+using SMakeFirstUpperCase = SMutator<decltype( Upper ), 1>;
+using SMakeFirstRandomCase = SMutator<decltype( Any ), 1>;
+
+template <typename... TMutators>
+struct SPairs
+{
+    template <typename T>
+    using TWithEach = std::tuple<std::pair<T, TMutators>...>;
+    using Type = decltype( std::tuple_cat( TWithEach<TMutators>()... ) );
+};
+using TMutatorPairs = SPairs<SMakeLowercase, SMakeUppercase, SMakeRandomcase, SMakeFirstLowerCase,
+    SMakeFirstUpperCase, SMakeFirstRandomCase>::Type;
+
+/// Compares mutated texts of many lengths with mutated parts of them, from the start or from the end. Only
+/// case may differ: what is next to the letters in the table of characters, or differs by the bit of case,
+/// does not.
+template <typename TPair>
+void CheckIgnoreCase( bool ( *Function )( CZanStringView, CZanStringView ), bool bFromEnd )
+{
+    const std::string Alphabet = "Az@`[{aZ 0P\xC4\xE4kK_-m^~";
+    for ( size_t Size = 0; Size < 40; ++Size )
+    {
+        std::string Text;
+        for ( size_t i = 0; i < Size; ++i )
+        {
+            Text += Alphabet[ ( i * 7 + Size ) % Alphabet.size() ];
+        }
+        const std::string View = typename TPair::first_type()( Text );
+        for ( size_t Count = 0; Count <= Size; ++Count )
+        {
+            const size_t Start = bFromEnd ? Size - Count : 0;
+            std::string Part = typename TPair::second_type()( Text.substr( Start, Count ) );
+            CAPTURE( View, Part );
+            REQUIRE( Function( CString( View ), CString( Part ) ) );
+            REQUIRE_FALSE( Function( CString( Part ), CString( View + "a" ) ) );
+            if ( Count > 0 )
+            {
+                char& Char = Part[ Size % Count ];
+                Char = static_cast<char>( std::isalpha( static_cast<uint8>( Char ) ) ? Char ^ 1 : Char ^ 32 );
+                REQUIRE_FALSE( Function( CString( View ), CString( Part ) ) );
+            }
+        }
+    }
+}
+} // namespace
+
+TEST_CASE( "NZanStringUtils::TrimFront", "[text]" )
+{
+    const auto Default = []( CZanStringView View, CZanStringView ) { return TrimFront( View ); };
+    const auto Given = []( auto View, auto Chars ) { return TrimFront( View, Chars ); };
+    const SCase Blanks[] = { { "\t \r\n \n\t\r    abc\n\r\t  \t\t  ", Blank, "abc\n\r\t  \t\t  " },
+        { " \n\r\t  \t\t  ", Blank, "" }, { "         \v", Blank, "\v" }, { "        \xA0 ", Blank, "\xA0 " },
+        { "        \x8D        ", Blank, "\x8D        " }, { "", Blank, "" } };
+    CheckParts( Default, Blanks );
+    CheckParts( Given, Blanks );
+    CheckParts( Given, { { "\t \r\n abc ", " ", "\t \r\n abc " }, { "\xE4\xA4 x", "\xA4\xE4", " x" },
+                           { "  1232343abc983453  ", "0123456789", "  1232343abc983453  " },
+                           { "29 807 3 4958   7 232", "0123456789 ", "" }, { " a", "", " a" } } );
+}
+
+TEST_CASE( "NZanStringUtils::TrimBack", "[text]" )
+{
+    const auto Default = []( CZanStringView View, CZanStringView ) { return TrimBack( View ); };
+    const auto Given = []( auto View, auto Chars ) { return TrimBack( View, Chars ); };
+    const SCase Blanks[] = { { "\t \n\t\r    abc\n\r\t  \t\t  ", Blank, "\t \n\t\r    abc" },
+        { " \n\r\t  \t\t  ", Blank, "" }, { "\v         ", Blank, "\v" }, { "abc", Blank, "abc" },
+        { "x\x89\n       ", Blank, "x\x89" }, { "", Blank, "" } };
+    CheckParts( Default, Blanks );
+    CheckParts( Given, Blanks );
+    CheckParts(
+        Given, { { " abc\n ", " ", " abc\n" }, { "abc983453", "0123456789", "abc" }, { "a ", "", "a " } } );
+}
+
+TEST_CASE( "NZanStringUtils::Trim", "[text]" )
+{
+    const auto Default = []( CZanStringView View, CZanStringView ) { return Trim( View ); };
+    const auto Given = []( auto View, auto Chars ) { return Trim( View, Chars ); };
+    const SCase Blanks[] = { { "\t \n\t\r    a b\n\r\t  \t\t  ", Blank, "a b" }, { " \t\n\r ", Blank, "" },
+        { "\n               ", Blank, "" }, { "a", Blank, "a" } };
+    CheckParts( Default, Blanks );
+    CheckParts( Given, Blanks );
+    CheckParts( Given, { { "12a34b56", "0123456789", "a34b" } } );
+    REQUIRE( Trim( CZanStringView() ).GetData() == nullptr );
+}
+
+TEST_CASE( "NZanStringUtils::TrimFrontUntil", "[text]" )
+{
+    CheckParts( &TrimFrontUntil, { { "x y z...abcdefg", "abcdefg", "abcdefg" }, { "xyz", "abcdefg", "" },
+                                     { "gx", "abcdefg", "gx" }, { "xyz", "", "" } } );
+}
+
+TEST_CASE( "NZanStringUtils::TrimBackUntil", "[text]" )
+{
+    CheckParts( &TrimBackUntil, { { "...a", "abcdefg", "...a" }, { "xyz", "abcdefg", "" },
+                                    { "abc...", "abcdefg", "abc" }, { "", "a", "" } } );
+}
+
+TEST_CASE( "NZanStringUtils::LastPathComponent", "[text]" )
+{
+    const auto Last = []( CZanStringView Path, CZanStringView ) { return LastPathComponent( Path ); };
+    CheckParts( Last, { { "root/child////grandchild/", "", "grandchild" }, { "root/child/ ", "", " " },
+                          { "root", "", "root" }, { "root\\child", "", "child" }, { "/root", "", "root" },
+                          { "\\\\/\\////\\///", "", "" } } );
+    REQUIRE( LastPathComponent( CZanStringView() ).GetData() == nullptr );
+}
+
+TEST_CASE( "NZanStringUtils::TrimLastPathComponent", "[text]" )
+{
+    const auto Rest = []( CZanStringView Path, CZanStringView ) { return TrimLastPathComponent( Path ); };
+    CheckParts( Rest, { { "root/child////grandchild/", "", "root/child////" }, { "root/", "", "" },
+                          { "/root", "", "/" }, { "root/child/ ", "", "root/child/" },
+                          { "//////////", "", "" }, { "a\\b\\\\", "", "a\\" }, { "", "", "" } } );
+}
+
+TEST_CASE( "NZanStringUtils::FormatIntegerWithExponentialSuffix()", "[text]" )
+{
+    REQUIRE( ( Format( 1000, 0, 0 ) == "1k" && Format( 100000, 0, 0 ) == "100k" ) );
+    REQUIRE( ( Format( 999, 0, 0 ) == "999" && Format( 99999, 0, 0 ) == "99k" ) );
+    REQUIRE( ( Format( 1000000000, 0, 0 ) == "1000m" && Format( -1000, 0, 0 ) == "-1k" ) );
+    REQUIRE( ( Format( 0, 3, 0 ) == "0.00" && Format( 0, 1, 2 ) == "0.00" && Format( 0, 0, 0 ) == "0" ) );
+    REQUIRE( ( Format( 10, 3, 0 ) == "10.0" && Format( 100, 3, 0 ) == "100" ) );
+    REQUIRE( ( Format( 1000, 3, 0 ) == "1.00k" && Format( 100, 3, 1 ) == "100.0" ) );
+    REQUIRE( ( Format( 1023999, 0, 13 ) == "1.0239990000000m" && Format( -1001, 0, 3 ) == "-1.001k" ) );
+    REQUIRE( ( Format( 1, 0, 99 ) == "1.000000000000000000" &&
+               Format( 1, 4294967295u, 4294967295u ).size() == 20 ) );
+    REQUIRE( ( Format( 12345, 0, 0, 1 ) == "12345" && Format( 12345, 0, 0, 0 ) == "12345" ) );
+    REQUIRE( FormatIntegerWithExponentialSuffix( 7, 0, 0, 10, nullptr, 0 ) == "7" );
+
+    // Truncation where 18 digits are not enough. As many characters as there is room for, and more.
+    REQUIRE( Format( 1999999999999999999, 0, 9, 1000000000 ) == "1.999999999m" );
+    REQUIRE( Format( 1999999999999999999, 0, 10, 1000000000 ) == "1.0000000000m" );
+    REQUIRE( FormatIntegerWithExponentialSuffix(
+                 std::numeric_limits<int64>::min(), 0, 18, 10, Suffixes, 1 ) == "" );
+    for ( const auto& [ pSuffix, Size ] : { std::pair( "123456789012345678901234567890", 32 ),
+              std::pair( "1234567890123456789012345678901", 0 ) } )
+    {
+        const CZanArray<CZanStringView> Long = { pSuffix };
+        REQUIRE( FormatIntegerWithExponentialSuffix( -7, 0, 0, 10, Long ).GetSize() == Size );
+    }
+}
+
+TEST_CASE( "NZanStringUtils::FormatMetric()", "[text]" )
+{
+    REQUIRE(
+        ( Metric( 100000000000000000, 1, 0 ) == "100 P" && Metric( 1000000000000000001, 1, 0 ) == "1 E" ) );
+    REQUIRE( (
+        Metric( 1000, 2, 0 ) == "1.0 K" && Metric( 10000, 1, 2 ) == "10.0 K" && Metric( 7, 1, 0 ) == "7" ) );
+    REQUIRE( Metric( std::numeric_limits<int64>::min(), 1, 0 ) == "-9 E" );
+    REQUIRE( Metric( std::numeric_limits<int64>::max(), 5, 0 ) == "9.2233 E" );
+}
+
+TEST_CASE( "NZanStringUtils::FormatBytes()", "[text]" )
+{
+    REQUIRE( ( Bytes( 1023, 1, 0 ) == "1023 B" && Bytes( 1024, 1, 0 ) == "1 KB" ) );
+    REQUIRE( ( Bytes( 1048575, 2, 0 ) == "1023 KB" && Bytes( 102399, 3, 0 ) == "99.9 KB" ) );
+    REQUIRE( ( Bytes( 2047, 3, 0 ) == "1.99 KB" && Bytes( -1, 3, 1 ) == "-1.00 B" ) );
+    REQUIRE( ( Bytes( 1127025806749466624, 1, 0 ) == "1001 PB" &&
+               Bytes( 1152921504606846976, 3, 0 ) == "1.00 EB" ) );
+    REQUIRE( Bytes( std::numeric_limits<int64>::max(), 3, 0 ) == "7.99 EB" );
+    REQUIRE( Bytes( std::numeric_limits<int64>::min(), 1, 3 ) == "-8.000 EB" );
+}
+
+TEST_CASE( "NZanStringUtils::TryParseBool", "[text]" )
+{
+    REQUIRE( ( TryParseBool( "yes" ).Get( false ) && !TryParseBool( "no" ).Get( true ) ) );
+    for ( const char* pText : { "maybe", "Yes", "NO", "yes ", "", "true" } )
+    {
+        REQUIRE_FALSE( TryParseBool( pText ).IsSet() );
+    }
+}
+
+TEST_CASE( "NZanStringUtils::StartsWith", "[text]" )
+{
+    REQUIRE( ( StartsWith( "abc", "ab" ) && StartsWith( "abc", "abc" ) && StartsWith( {}, {} ) ) );
+    REQUIRE( ( StartsWith( "abc", "" ) && StartsWith( { "a\0b", 3 }, { "a\0", 2 } ) ) );
+    REQUIRE_FALSE(
+        ( StartsWith( "abc", "abcd" ) || StartsWith( "abc", "bc" ) || StartsWith( "abc", "aB" ) ) );
+    REQUIRE_FALSE( StartsWith( { "a\0b", 3 }, { "a\0c", 3 } ) );
+}
+
+TEST_CASE( "NZanStringUtils::EndsWith", "[text]" )
+{
+    REQUIRE( (
+        EndsWith( "abc", "bc" ) && EndsWith( "abc", "abc" ) && EndsWith( {}, {} ) && EndsWith( "a", "" ) ) );
+    REQUIRE_FALSE( ( EndsWith( "abc", "xabc" ) || EndsWith( "abc", "ab" ) || EndsWith( "abc", "bC" ) ) );
+}
+
+TEST_CASE( "NZanStringUtils::SplitLong", "[text]" )
+{
+    REQUIRE( Split( "/a/b/c/", "/" ) == CStrings{ "", "a", "b", "c", "" } );
+    REQUIRE( ( Split( "", "/" ) == CStrings{ "" } && Split( "abc", "/" ) == CStrings{ "abc" } ) );
+    REQUIRE( ( Split( "a--b---c", "--" ) == CStrings{ "a", "b", "-c" } &&
+               Split( "--", "--" ) == CStrings{ "", "" } ) );
+    REQUIRE( ( Split( "a/b/c", "/", 2 ) == CStrings{ "a", "b/c" } &&
+               Split( "/abc/", "/", 2 ) == CStrings{ "", "abc/" } ) );
+    REQUIRE( Split( "/a/b/c/", "/", 3 ) == CStrings{ "", "a", "b/c/" } );
+    REQUIRE( Split( "12345678/90/", "/" ) == CStrings{ "12345678", "90", "" } );
+    REQUIRE( Split( "/2//5///90/2345", "/", 6 ) == CStrings{ "", "2", "", "5", "", "/90/2345" } );
+    for ( const int32 Max : { 1, 0, -1, std::numeric_limits<int32>::min() } )
+    {
+        REQUIRE( Split( "/a/b", "/", Max ) == CStrings{ "/a/b" } );
+    }
+    REQUIRE( Split( "/a/b", "" ) == CStrings{ "/a/b" } );
+
+    // More pieces, and longer ones, than fit inside.
+    std::minstd_rand Random;
+    CStrings Pieces;
+    CZanArray<CString> Elements;
+    for ( int32 i = 0; i < 300; ++i )
+    {
+        Pieces.push_back( std::string( Random() % 40, static_cast<char>( 'a' + i % 26 ) ) );
+        Elements.AppendEmplace( Pieces.back() );
+    }
+    REQUIRE( Split( Join( Elements, ", " ), ", " ) == Pieces );
+}
+
+TEMPLATE_LIST_TEST_CASE( "NZanStringUtils::Join", "[text]", TStringContainerTypes )
+{
+    const auto JoinAll = []( std::vector<const char*> Texts, CZanStringView Delimiter ) {
+        TestType Container;
+        for ( const char* pText : Texts )
+        {
+            AppendTo( Container, pText );
+        }
+        return Join( Container, Delimiter ).GetString();
+    };
+    REQUIRE(
+        ( JoinAll( {}, "." ) == "" && JoinAll( { "one" }, "." ) == "one" && JoinAll( { "" }, "." ) == "" ) );
+    REQUIRE( ( JoinAll( { "a", "b", "c" }, "." ) == "a.b.c" && JoinAll( { "", "" }, "." ) == "." ) );
+    REQUIRE( JoinAll( { "a", "", "8 chars.", "16 characters ..", "and 17 characters" }, ", " ) ==
+             "a, , 8 chars., 16 characters .., and 17 characters" );
+    REQUIRE( JoinAll( { "a", "b", "" }, {} ) == "ab" );
+}
+
+TEMPLATE_LIST_TEST_CASE( "NZanStringUtils::StartsWithIgnoreCase", "[text]", TMutatorPairs )
+{
+    CheckIgnoreCase<TestType>( &StartsWithIgnoreCase, false );
+}
+
+TEMPLATE_LIST_TEST_CASE( "NZanStringUtils::EndsWithIgnoreCase", "[text]", TMutatorPairs )
+{
+    CheckIgnoreCase<TestType>( &EndsWithIgnoreCase, true );
+}
+
+TEST_CASE( "NZanStringUtils::ContainsIgnoreCase against the standard", "[text]" )
+{
+    std::minstd_rand Random;
+    for ( int32 i = 0; i < 20000; ++i )
+    {
+        std::string Haystack( Random() % 70, ' ' ), Needle( Random() % 5, ' ' );
+        for ( std::string* pText : { &Haystack, &Needle } )
+        {
+            for ( char& Char : *pText )
+            {
+                Char = "aAbB@`"[ Random() % 6 ];
+            }
+        }
+        const bool bExpected =
+            WithCase( Haystack, 999, Lower ).find( WithCase( Needle, 999, Lower ) ) != std::string::npos;
+        CAPTURE( Haystack, Needle );
+        REQUIRE( ContainsIgnoreCase( CString( Haystack ), CString( Needle ) ) == bExpected );
+    }
+}
+
+TEST_CASE( "is ascii", "[string utils]" )
+{
+    for ( size_t Size = 0; Size < 200; ++Size )
+    {
+        std::vector<char> Text(
+            Size, '\x7F' ); // ends with its block, so that the sanitizer sees what reads on
+        const CZanStringView View( Text.data(), static_cast<int32>( Size ) );
+        REQUIRE( IsAscii( View ) );
+        for ( char& Char : Text )
+        {
+            Char = '\x80';
+            REQUIRE_FALSE( IsAscii( View ) );
+            Char = '\0';
+        }
+    }
+}
