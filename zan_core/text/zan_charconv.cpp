@@ -48,8 +48,7 @@ constexpr std::array<uint8, 256> DigitValues = [] {
     return Values;
 }();
 
-// --- Words of characters
-// -------------------------------------------------------------------------------------
+// --- Words of characters -------------------------------------------------------------------------------
 
 template <typename T>
 inline T ToLittleEndian( T Word )
@@ -115,8 +114,7 @@ inline void StoreUpToEight( char* pFirst, uint64 Word, size_t Count )
     Store( pFirst + Count - 4, static_cast<uint32>( Word >> 8 * ( Count - 4 ) ) );
 }
 
-// --- Reading
-// -------------------------------------------------------------------------------------------------
+// --- Reading -------------------------------------------------------------------------------------------
 
 /// The digits at the start of a word.
 struct SRun
@@ -293,8 +291,7 @@ inline SMagnitude ReadMagnitude( const char* pFirst, const char* pLast, int32 Ba
     return ReadByDigits( pFirst, pLast, static_cast<uint32>( Base ) );
 }
 
-// --- Writing
-// -------------------------------------------------------------------------------------------------
+// --- Writing -------------------------------------------------------------------------------------------
 
 inline size_t CountDecimals( uint64 Value )
 {
@@ -584,7 +581,7 @@ from_chars_result NZanStringUtils::from_chars( const char* pFirst, const char* p
     return { pEnd, std::errc() };
 }
 
-to_chars_result NZanStringUtils::to_chars( char* pFirst, char* pLast, CFixedPoint Value )
+to_chars_result NZanStringUtils::NDetail::WriteFixedPoint( char* pFirst, char* pLast, CFixedPoint Value )
 {
     constexpr uint64 Resolution = NFixedPoint::Resolution;
     static_assert(

@@ -60,7 +60,8 @@ to_chars_result to_chars( char* pFirst, char* pLast, T Value, int32 Base = 10 );
 
 /// Writes the shortest text, "-0.5" or "32" or "32.123", without a terminator, and gives the position behind
 /// it. When it does not fit, nothing is written, and the result is pLast and std::errc::value_too_large.
-to_chars_result to_chars( char* pFirst, char* pLast, CFixedPoint Value );
+template <std::same_as<CFixedPoint> T> // not what converts to it, such as double
+to_chars_result to_chars( char* pFirst, char* pLast, T Value );
 
 /// Writes as to_chars does in base 10 and gives what was written, a view into the range, or a null view when
 /// it does not fit.
@@ -85,6 +86,8 @@ from_chars_result ReadUnsigned(
 /// The magnitude's digits, behind a minus sign if bNegative.
 to_chars_result WriteInteger( char* pFirst, char* pLast, uint64 Magnitude, bool bNegative, int32 Base );
 to_chars_result WriteInteger( char* pFirst, char* pLast, uint32 Magnitude, bool bNegative, int32 Base );
+
+to_chars_result WriteFixedPoint( char* pFirst, char* pLast, CFixedPoint Value );
 } // namespace NDetail
 
 template <CTextInteger T>
@@ -115,6 +118,12 @@ inline to_chars_result to_chars( char* pFirst, char* pLast, T Value, int32 Base 
     const TMagnitude Bits = static_cast<TMagnitude>( Value );
     const bool bNegative = Value < T( 0 );
     return NDetail::WriteInteger( pFirst, pLast, bNegative ? TMagnitude( 0 ) - Bits : Bits, bNegative, Base );
+}
+
+template <std::same_as<CFixedPoint> T>
+inline to_chars_result to_chars( char* pFirst, char* pLast, T Value )
+{
+    return NDetail::WriteFixedPoint( pFirst, pLast, Value );
 }
 
 template <CTextNumber T>

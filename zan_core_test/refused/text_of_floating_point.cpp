@@ -1,6 +1,8 @@
-// refused: CTextNumber
+// refused: no matching function for call to .*to_chars
+#include "zan_core/numerics/zan_fixed_point.h"
 #include "zan_core/text/zan_charconv.h"
 
 #if REFUSED
-const CZanOptional<double> Value = NZanStringUtils::FromString<double>( "0.5" );
+char Buffer[ 32 ];
+const auto Result = NZanStringUtils::to_chars( Buffer, Buffer + 32, 0.5 );
 #endif
