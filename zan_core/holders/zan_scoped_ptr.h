@@ -6,6 +6,7 @@
 
 #include <compare>
 #include <cstddef>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -122,6 +123,10 @@ inline CZanScopedPtr<T> ZanMakeScopedPtr( TArgs&&... Args )
 template <typename T>
 inline CZanScopedArray<T> ZanMakeScopedArray( int32 Count )
 {
+    if ( Count < 0 )
+    {
+        throw std::bad_array_new_length(); // here, for compilers leave out arrays that nobody uses
+    }
     return CZanScopedArray<T>( new T[ static_cast<size_t>( Count ) ]() );
 }
 

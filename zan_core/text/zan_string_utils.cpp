@@ -117,6 +117,18 @@ struct SCaseBlindChar
     SBlock Lower;
 };
 
+/// A character, and a letter's other case, which differs in one bit.
+struct SFoldedChar
+{
+    explicit SFoldedChar( char Char )
+        : Lower( ToLower( Char ) ), CaseBit( static_cast<char>( ToUpper( Char ) ^ Lower ) )
+    {}
+    bool IsAlike( char Char ) const { return static_cast<char>( Char | CaseBit ) == Lower; }
+
+    char Lower;
+    char CaseBit; // 0 for all but letters
+};
+
 uint32 CountDigits( uint64 Value )
 {
     uint32 Count = 1;
@@ -389,14 +401,10 @@ bool NZanStringUtils::ContainsIgnoreCase( CZanStringView Haystack, CZanStringVie
             }
         }
     }
-    const char Lower[] = { ToLower( Needle[ 0 ] ), ToLower( Needle[ Last ] ) };
-    const char Upper[] = { ToUpper( Needle[ 0 ] ), ToUpper( Needle[ Last ] ) };
+    const SFoldedChar FirstChar( Needle[ 0 ] ), LastChar( Needle[ Last ] );
     for ( ; i < PlaceCount; ++i )
     {
-        const char FirstChar = pPlace[ i ];
-        const char LastChar = pPlace[ i + Last ];
-        if ( ( FirstChar == Lower[ 0 ] || FirstChar == Upper[ 0 ] ) &&
-             ( LastChar == Lower[ 1 ] || LastChar == Upper[ 1 ] ) && IsAt( i ) )
+        if ( FirstChar.IsAlike( pPlace[ i ] ) && LastChar.IsAlike( pPlace[ i + Last ] ) && IsAt( i ) )
         {
             return true;
         }
