@@ -46,10 +46,12 @@ public:
         Construct<std::decay_t<TValue>>( std::forward<TValue>( Value ) );
     }
 
-    CZanAny( const CZanAny& Other ) requires bCopyable { CopyConstruct( Other ); }
-    CZanAny( const COther& Other ) requires bMoveOnly { CopyConstruct( Other ); }
-    CZanAny( CZanAny&& Other ) { MoveConstruct( Other ); }
-    CZanAny( COther&& Other ) { MoveConstruct( Other ); }
+    // Each begins empty by name: g++ 12 leaves members of constrained constructors without their
+    // initialisers.
+    CZanAny( const CZanAny& Other ) requires bCopyable : CZanAny() { Take( Other ); }
+    CZanAny( const COther& Other ) requires( !bCopyable ) : CZanAny() { Take( Other ); } // NOLINT
+    CZanAny( CZanAny&& Other ) : CZanAny() { Take( Other ); }                            // NOLINT
+    CZanAny( COther&& Other ) : CZanAny() { Take( Other ); }                             // NOLINT
     ~CZanAny() { DestroyValue(); }
 
     // Compilers show these lines.
@@ -61,10 +63,10 @@ public:
     template <ZanAnyImpl::CValueFor<Size> TValue>
     CZanAny& operator=( TValue&& Value );
     // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): CopyAssign does
-    CZanAny& operator=( const CZanAny& Other ) requires bCopyable { return CopyAssign( Other ); }
-    CZanAny& operator=( const COther& Other ) requires bMoveOnly { return CopyAssign( Other ); }
-    CZanAny& operator=( CZanAny&& Other ) { return MoveAssign( Other ); }
-    CZanAny& operator=( COther&& Other ) { return MoveAssign( Other ); }
+    CZanAny& operator=( const CZanAny& Other ) requires bCopyable { return Assign( Other ); }
+    CZanAny& operator=( const COther& Other ) requires bMoveOnly { return Assign( Other ); }
+    CZanAny& operator=( CZanAny&& Other ) { return Assign( Other ); }
+    CZanAny& operator=( COther&& Other ) { return Assign( Other ); }
 
     bool IsEmpty() const { return _pType == GetEmptyType(); }
 
@@ -124,14 +126,12 @@ private:
     void DestroyValue();
     void MakeEmpty();
 
+    // Both copy from a const holder, and move from another one.
     template <typename TOther>
-    void CopyConstruct( const TOther& Other );
+    void Take( TOther& Other );
     template <typename TOther>
-    void MoveConstruct( TOther& Other );
-    template <typename TOther>
-    CZanAny& CopyAssign( const TOther& Other );
-    template <typename TOther>
-    CZanAny& MoveAssign( TOther& Other );
+    CZanAny& Assign( TOther& Other );
+
     template <typename TOther>
     void TakeBytes( const TOther& Other );
 
@@ -292,68 +292,30 @@ inline void CZanAny<Size, bCopyable>::TakeBytes( const TOther& Other )
 
 template <int32 Size, bool bCopyable>
 template <typename TOther>
-inline void CZanAny<Size, bCopyable>::CopyConstruct( const TOther& Other )
+inline void CZanAny<Size, bCopyable>::Take( TOther& Other )
 {
     if ( Other._pType->_Traits._bIsBytes )
     {
+        DestroyValue();
         TakeBytes( Other );
     }
-    else
+    else if constexpr ( std::is_const_v<TOther> )
     {
-        MakeEmpty();
         SetCopy( Other._pType, Other._Storage );
     }
-}
-
-template <int32 Size, bool bCopyable>
-template <typename TOther>
-inline void CZanAny<Size, bCopyable>::MoveConstruct( TOther& Other )
-{
-    if ( Other._pType->_Traits._bIsBytes )
-    {
-        TakeBytes( Other );
-    }
     else
     {
-        MakeEmpty();
         SetMoved( Other._pType, Other._Storage );
     }
 }
 
 template <int32 Size, bool bCopyable>
 template <typename TOther>
-inline auto CZanAny<Size, bCopyable>::CopyAssign( const TOther& Other ) -> CZanAny&
+inline auto CZanAny<Size, bCopyable>::Assign( TOther& Other ) -> CZanAny&
 {
     if ( static_cast<const void*>( this ) != static_cast<const void*>( &Other ) )
     {
-        if ( Other._pType->_Traits._bIsBytes )
-        {
-            DestroyValue();
-            TakeBytes( Other );
-        }
-        else
-        {
-            SetCopy( Other._pType, Other._Storage );
-        }
-    }
-    return *this;
-}
-
-template <int32 Size, bool bCopyable>
-template <typename TOther>
-inline auto CZanAny<Size, bCopyable>::MoveAssign( TOther& Other ) -> CZanAny&
-{
-    if ( static_cast<const void*>( this ) != static_cast<const void*>( &Other ) )
-    {
-        if ( Other._pType->_Traits._bIsBytes )
-        {
-            DestroyValue();
-            TakeBytes( Other );
-        }
-        else
-        {
-            SetMoved( Other._pType, Other._Storage );
-        }
+        Take( Other );
     }
     return *this;
 }

@@ -124,6 +124,15 @@ TEST_CASE_METHOD( SLifeCase, "CZanAny Value Construct", "[any]" )
 
 TEST_CASE_METHOD( SLifeCase, "CZanAny Copy Construct", "[any]" )
 {
+    SECTION( "where another holder was" )
+    {
+        const CInPlace Source = SMovable( 3, &_Life );
+        alignas( CInPlace ) unsigned char Memory[ sizeof( CInPlace ) ];
+        std::memcpy( Memory, static_cast<const void*>( &Source ), sizeof( Memory ) );
+        CInPlace* const pCopy = new ( Memory ) CInPlace( Source );
+        REQUIRE( Holds<SMovable>( *pCopy, 3, CLifeObserver::CopyConstructed ) );
+        pCopy->~CInPlace();
+    }
     ForBothForms( [ & ]( auto Form ) {
         const auto Sources = MakeOneOfEach<decltype( Form )>( &_Life );
         for ( const auto& Source : Sources )
