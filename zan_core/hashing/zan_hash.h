@@ -89,21 +89,22 @@ uint32 MixWholeBlocks( uint32 Hash, const unsigned char* pBytes )
 template <typename T>
 inline uint32 HashObject( const T& Object )
 {
-    if constexpr ( sizeof( T ) <= 16 )
+    constexpr size_t Size = sizeof( T ); // NOLINT(bugprone-sizeof-expression): of a pointer, itself
+    if constexpr ( Size <= 16 )
     {
         const unsigned char* pBytes = reinterpret_cast<const unsigned char*>( &Object );
-        uint32 Hash = MixWholeBlocks<sizeof( T )>( 0, pBytes );
-        if constexpr ( sizeof( T ) % 4 != 0 )
+        uint32 Hash = MixWholeBlocks<Size>( 0, pBytes );
+        if constexpr ( Size % 4 != 0 )
         {
             uint32 Tail = 0;
-            std::memcpy( &Tail, pBytes + sizeof( T ) / 4 * 4, sizeof( T ) % 4 );
+            std::memcpy( &Tail, pBytes + Size / 4 * 4, Size % 4 );
             Hash ^= ScrambleBlock( Tail );
         }
-        return Finalise( Hash, sizeof( T ) );
+        return Finalise( Hash, Size );
     }
     else
     {
-        return ZanHash( static_cast<const void*>( &Object ), static_cast<int32>( sizeof( T ) ) );
+        return ZanHash( static_cast<const void*>( &Object ), static_cast<int32>( Size ) );
     }
 }
 
