@@ -147,13 +147,13 @@ int32 CountOf( CZanStringView Text, char Char )
     while ( Text.GetSize() - i >= 16 )
     {
         SBlock Negative = {}; // counts of up to 127 in each byte
-        for ( int32 k = 0; k < 127 && Text.GetSize() - i >= 16; ++k, i += 16 )
+        for ( int32 Round = 0; Round < 127 && Text.GetSize() - i >= 16; ++Round, i += 16 )
         {
             Negative += SBlock( LoadBlock( Text.GetData() + i ) == Wanted );
         }
-        for ( int32 k = 0; k < 16; ++k )
+        for ( int32 Byte = 0; Byte < 16; ++Byte )
         {
-            Count -= Negative[ k ];
+            Count -= Negative[ Byte ];
         }
     }
     for ( ; i < Text.GetSize(); ++i )
@@ -392,9 +392,9 @@ bool NZanStringUtils::ContainsIgnoreCase( CZanStringView Haystack, CZanStringVie
             {
                 continue;
             }
-            for ( int32 k = 0; k < 16; ++k )
+            for ( int32 Byte = 0; Byte < 16; ++Byte )
             {
-                if ( Matches[ k ] != 0 && IsAt( i + k ) )
+                if ( Matches[ Byte ] != 0 && IsAt( i + Byte ) )
                 {
                     return true;
                 }
