@@ -75,7 +75,7 @@ public:
         }
     }
 
-    /// The taker alone may write, so a store does what an exchange would, at half the price of the whole.
+    /// The taker alone may write, so a plain store does what an exchange would, and costs less.
     void Store( void* pHead ) { _pHead.store( pHead, std::memory_order_release ); }
 
     /// Requires that no other thread uses the list.

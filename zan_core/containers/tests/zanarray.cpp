@@ -419,8 +419,7 @@ int32 CalcLiveCount( const CZanArray<T>& Array )
 }
 
 /// The first fault of the calls of a family, over sizes and capacities around the inline one and over all
-/// arguments. Empty when there is none,
-/// else the call, the size, the spare room and the arguments.
+/// arguments. Empty when there is none, else the call, the size, the spare room and the arguments.
 template <typename TArray>
 [[gnu::cold]] CModel Check( const char* pFamily )
 {
