@@ -1,0 +1,48 @@
+#pragma once
+
+#include "zan_core/persistence/zan_file.h"
+#include "zan_core/persistence/zan_token.h"
+#include "zan_core/zan_types.h"
+
+/// Writes the token stream to a file, in the form of the file's type. The counterpart of CLexer. The file has
+/// to be open for writing and to outlive the writer, unless it is owned. One thread at a time.
+class CWriter
+{
+public:
+    explicit CWriter( CFile* pFile );
+    virtual ~CWriter();
+    CWriter( const CWriter& ) = delete;
+    CWriter& operator=( const CWriter& ) = delete;
+
+    /// Tabs up to the depth, in text form.
+    void WriteIndent();
+
+    /// Layout is left out of the binary form.
+    void WriteToken( uint32 Token );
+    void WriteTokenText( const SToken& Token );
+    void WriteInt( int32 Value );
+    void WriteUint( uint32 Value );
+
+    CFile& AccessFile() { return *_pFile; }
+    bool IsBinary() const { return _bBinary; }
+
+    /// The depth of blocks. Negative means flat output: no braces and line ends around blocks.
+    int32 GetIndent() const { return _Indent; }
+    void SetIndent( int32 Indent ) { _Indent = Indent; }
+
+    /// Makes the destructor delete the file.
+    void OwnFile() { _bOwnsFile = true; }
+
+    /// False when only a checksum of the output is wanted.
+    bool IsProducingOutput() const { return _bProduceOutput; }
+    void SetProduceOutput( bool bProduceOutput ) { _bProduceOutput = bProduceOutput; }
+
+private:
+    void WriteUint16( uint32 Value );
+
+    CFile* _pFile;
+    int32 _Indent = 0;
+    bool _bBinary; // settled at construction
+    bool _bOwnsFile = false;
+    bool _bProduceOutput = true;
+};
