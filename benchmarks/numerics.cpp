@@ -5,23 +5,45 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
 
 namespace
 {
+/// Starts every array with a cache line, so that those of all contenders lie alike.
+template <typename T>
+struct TLineAllocator
+{
+    using value_type = T;
+
+    TLineAllocator() = default;
+    template <typename TOther>
+    TLineAllocator( const TLineAllocator<TOther>& )
+    {}
+
+    T* allocate( size_t Count ) { return static_cast<T*>( ::operator new( Count * sizeof( T ), Line ) ); }
+    void deallocate( T* pData, size_t ) { ::operator delete( pData, Line ); }
+    bool operator==( const TLineAllocator& ) const = default;
+
+    static constexpr std::align_val_t Line = std::align_val_t( 64 );
+};
+
+template <typename T>
+using TLineVector = std::vector<T, TLineAllocator<T>>;
+
 template <typename T>
 struct TOperands
 {
-    std::vector<T> Left, Right, Result;
+    TLineVector<T> Left, Right, Result;
 };
 
 /// Prices and quantities, say: up to 10000, with five decimals, always the same.
 TOperands<int64> MakeOperands( size_t Count )
 {
     std::mt19937_64 Random( Count );
-    TOperands<int64> Operands = { {}, {}, std::vector<int64>( Count ) };
+    TOperands<int64> Operands = { {}, {}, TLineVector<int64>( Count ) };
     for ( size_t i = 0; i < Count; ++i )
     {
         Operands.Left.push_back( static_cast<int64>( Random() % 1000000000 ) + 1 );
@@ -33,7 +55,7 @@ TOperands<int64> MakeOperands( size_t Count )
 template <typename T, typename TConvert>
 TOperands<T> Convert( const TOperands<int64>& Source, TConvert ConvertValue )
 {
-    TOperands<T> Operands = { {}, {}, std::vector<T>( Source.Left.size() ) };
+    TOperands<T> Operands = { {}, {}, TLineVector<T>( Source.Left.size() ) };
     for ( size_t i = 0; i < Source.Left.size(); ++i )
     {
         Operands.Left.push_back( ConvertValue( Source.Left[ i ] ) );

@@ -30,7 +30,8 @@ public:
 
     /// A copy of the characters. Explicit, because it allocates.
     explicit CString( CZanStringView View );
-    explicit CString( std::string Text );
+    explicit CString( const std::string& Text ) : _Text( Text ) {}
+    explicit CString( std::string&& Text ) : _Text( std::move( Text ) ) {}
 
     /// A moved-from string is empty, but for one that is moved to itself, which stays as it is.
     CString( const CString& ) = default;
@@ -88,8 +89,6 @@ inline CString::CString( const char* pData, uint32 Size )
 inline CString::CString( CZanStringView View )
     : CString( View.GetData(), static_cast<uint32>( View.GetSize() ) )
 {}
-
-inline CString::CString( std::string Text ) : _Text( std::move( Text ) ) {}
 
 inline CString& CString::operator=( CString&& Other ) noexcept
 {

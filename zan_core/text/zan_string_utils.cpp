@@ -121,13 +121,69 @@ struct SCaseBlindChar
 struct SFoldedChar
 {
     explicit SFoldedChar( char Char )
-        : Lower( ToLower( Char ) ), CaseBit( static_cast<char>( ToUpper( Char ) ^ Lower ) )
+        : CaseBit( ( Char | 32 ) >= 'a' && ( Char | 32 ) <= 'z' ? 32 : 0 ),
+          Lower( static_cast<char>( Char | CaseBit ) )
     {}
     bool IsAlike( char Char ) const { return static_cast<char>( Char | CaseBit ) == Lower; }
 
-    char Lower;
+    /// Whether any byte of Word is alike.
+    bool IsIn( uint64 Word ) const
+    {
+        return FindOthers( Word | static_cast<uint8>( CaseBit ) * EachByte, Lower ) != 0x80 * EachByte;
+    }
+
     char CaseBit; // 0 for all but letters
+    char Lower;
 };
+
+/// Whether the needle is at a place where its last character is known to match.
+bool IsAt( CZanStringView Haystack, int32 Place, CZanStringView Needle )
+{
+    return NZanPlatform::CompareIgnoreCase( Haystack.GetData() + Place, Needle.GetData(),
+               static_cast<size_t>( Needle.GetSize() - 1 ) ) == 0;
+}
+
+// Neither of the next two is inlined, so that short texts without a match do not pay for their registers.
+[[gnu::noinline]] bool ContainsIgnoreCaseFrom( int32 Place, CZanStringView Haystack, CZanStringView Needle )
+{
+    const int32 Last = Needle.GetSize() - 1;
+    const SFoldedChar FirstChar( Needle[ 0 ] ), LastChar( Needle[ Last ] );
+    for ( int32 i = Place; i < Haystack.GetSize() - Last; ++i )
+    {
+        if ( FirstChar.IsAlike( Haystack[ i ] ) && LastChar.IsAlike( Haystack[ i + Last ] ) &&
+             IsAt( Haystack, i, Needle ) )
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Looks in sixteen places at once for those where both the first and the last character of the needle match.
+[[gnu::noinline]] bool ContainsIgnoreCaseInBlocks( CZanStringView Haystack, CZanStringView Needle )
+{
+    const int32 Last = Needle.GetSize() - 1;
+    const SCaseBlindChar FirstChar( Needle[ 0 ] ), LastChar( Needle[ Last ] );
+    int32 i = 0;
+    for ( ; Haystack.GetSize() - Last - i >= 16; i += 16 )
+    {
+        const char* const pPlace = Haystack.GetData() + i;
+        const SBlock Matches =
+            FirstChar.Find( LoadBlock( pPlace ) ) & LastChar.Find( LoadBlock( pPlace + Last ) );
+        if ( !HasTopBit( Matches ) )
+        {
+            continue;
+        }
+        for ( int32 Byte = 0; Byte < 16; ++Byte )
+        {
+            if ( Matches[ Byte ] != 0 && IsAt( Haystack, i + Byte, Needle ) )
+            {
+                return true;
+            }
+        }
+    }
+    return ContainsIgnoreCaseFrom( i, Haystack, Needle );
+}
 
 uint32 CountDigits( uint64 Value )
 {
@@ -365,51 +421,28 @@ bool NZanStringUtils::EndsWithIgnoreCase( CZanStringView View, CZanStringView Su
                static_cast<size_t>( Suffix.GetSize() ) ) == 0;
 }
 
-// Looks in sixteen places at once for those where both the first and the last character of the needle match.
 bool NZanStringUtils::ContainsIgnoreCase( CZanStringView Haystack, CZanStringView Needle )
 {
     if ( Needle.IsEmpty() )
     {
         return true;
     }
-    const int32 Last = Needle.GetSize() - 1;
-    const int32 PlaceCount = Haystack.GetSize() - Last;
-    const char* const pPlace = Haystack.GetData();
-    const auto IsAt = [ & ]( int32 Place ) {
-        return NZanPlatform::CompareIgnoreCase(
-                   pPlace + Place, Needle.GetData(), static_cast<size_t>( Last ) ) == 0;
-    };
-    int32 i = 0;
+    const int32 PlaceCount = Haystack.GetSize() - Needle.GetSize() + 1;
     if ( PlaceCount >= 16 )
     {
-        const SCaseBlindChar FirstChar( Needle[ 0 ] );
-        const SCaseBlindChar LastChar( Needle[ Last ] );
-        for ( ; PlaceCount - i >= 16; i += 16 )
-        {
-            const SBlock Matches =
-                FirstChar.Find( LoadBlock( pPlace + i ) ) & LastChar.Find( LoadBlock( pPlace + i + Last ) );
-            if ( !HasTopBit( Matches ) )
-            {
-                continue;
-            }
-            for ( int32 Byte = 0; Byte < 16; ++Byte )
-            {
-                if ( Matches[ Byte ] != 0 && IsAt( i + Byte ) )
-                {
-                    return true;
-                }
-            }
-        }
+        return ContainsIgnoreCaseInBlocks( Haystack, Needle );
     }
-    const SFoldedChar FirstChar( Needle[ 0 ] ), LastChar( Needle[ Last ] );
-    for ( ; i < PlaceCount; ++i )
+    int32 i = 0; // no match before it
+    if ( Haystack.GetSize() >= 8 )
     {
-        if ( FirstChar.IsAlike( pPlace[ i ] ) && LastChar.IsAlike( pPlace[ i + Last ] ) && IsAt( i ) )
+        const SFoldedChar FirstChar( Needle[ 0 ] );
+        while ( i < PlaceCount &&
+                !FirstChar.IsIn( LoadWord( Haystack.GetData() + std::min( i, Haystack.GetSize() - 8 ) ) ) )
         {
-            return true;
+            i += 8;
         }
     }
-    return false;
+    return i < PlaceCount && ContainsIgnoreCaseFrom( i, Haystack, Needle );
 }
 
 bool NZanStringUtils::IsAscii( CZanStringView View )
