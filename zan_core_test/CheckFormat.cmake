@@ -7,7 +7,7 @@ endif()
 
 cmake_path( GET CMAKE_CURRENT_LIST_DIR PARENT_PATH SourceDir )
 set( Files "" )
-foreach( Folder zan_core zan_test zan_core_test benchmarks examples )
+foreach( Folder zan_core zan_test zan_core_test benchmarks examples fuzz )
     file( GLOB_RECURSE FolderFiles ${SourceDir}/${Folder}/*.h ${SourceDir}/${Folder}/*.cpp )
     list( APPEND Files ${FolderFiles} )
 endforeach()
