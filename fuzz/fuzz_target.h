@@ -19,12 +19,17 @@ inline void Require( bool bCondition )
     }
 }
 
-/// Messages of what is wrong with an input, of which there are many, go nowhere.
+inline int GDroppedMessageCount = 0;
+
+/// Messages of what is wrong with an input, of which there are many, are counted only.
 inline void DropLogMessages()
 {
     class CSilentLogger final : public CLogger
     {
-        void Log( int32, const CZanStringView&, int32, const std::string& ) override {}
+        void Log( int32, const CZanStringView&, int32, const std::string& ) override
+        {
+            ++GDroppedMessageCount;
+        }
     };
     static const bool bInstalled = ( SetLogger( std::make_unique<CSilentLogger>() ), true );
     static_cast<void>( bInstalled );

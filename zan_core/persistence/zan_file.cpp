@@ -33,8 +33,7 @@ void CopyBytes( void* pTo, const void* pFrom, uint64 Size )
 }
 } // namespace
 
-// --- CFile
-// ---------------------------------------------------------------------------------------------------
+// --- CFile -------------------------------------------------------------------------------------------------
 
 void CFile::UngetChar( uint8 )
 {
@@ -97,8 +96,7 @@ void CFile::Restart( uint32 Type, uint32 Mode )
     _Line = 1;
 }
 
-// --- CZanChecksum
-// --------------------------------------------------------------------------------------------
+// --- CZanChecksum ------------------------------------------------------------------------------------------
 
 // Reducing after every byte is slow. Added up in 64 bits, n bytes b raise the first sum by all b, and the
 // second by n times the first sum and by each b as often as a byte is added from it on. To let a vector unit
@@ -154,8 +152,7 @@ void CZanChecksum::Add( const void* pData, uint64 Size )
     _Sum2 = Reduce( Sum2 );
 }
 
-// --- CMemoryFile
-// ---------------------------------------------------------------------------------------------
+// --- CMemoryFile -------------------------------------------------------------------------------------------
 
 CMemoryFile::CMemoryFile( uint8* pBuffer, int32 Size, uint32 Mode )
     : _pBuffer( pBuffer ), _Size( Mode == OPEN_READ ? std::max( Size, 0 ) : 0 ),
@@ -369,8 +366,7 @@ bool CMemoryFile::MakeRoom( int64 Size )
     return true;
 }
 
-// --- CChecksumFile
-// -------------------------------------------------------------------------------------------
+// --- CChecksumFile -----------------------------------------------------------------------------------------
 
 bool CChecksumFile::Open( uint32 Type, uint32 Mode )
 {

@@ -2,6 +2,7 @@
 
 #include "zan_core/containers/zan_array.h"
 #include "zan_core/text/zan_string.h"
+#include "zan_core/text/zan_string_utils.h"
 #include "zan_core/text/zan_string_view.h"
 #include "zan_core/zan_types.h"
 
@@ -184,11 +185,13 @@ public:
 
 private:
     friend class CTextLexer; // scans the bytes without a call for each
+    friend class CWriter;    // appends pieces of a few bytes without one
 
     CMemoryFile() = default;
     void Exchange( CMemoryFile& Other ) noexcept;
     void MoveOn( int64 Count );
     bool MakeRoom( int64 Size );
+    bool TryAppend( CZanStringView Text );
 
     CZanArray<uint8>* _pArray = nullptr; // the content, unless null
     uint8* _pBuffer = nullptr;           // the content otherwise
@@ -198,6 +201,22 @@ private:
     bool _bError = false;                // a write did not fit
     bool _bOwnsData = false;
 };
+
+/// Writes at the end of an array, as long as that has the room: most of all writing. False, and nothing
+/// happens, anywhere else.
+inline bool CMemoryFile::TryAppend( CZanStringView Text )
+{
+    const int32 Size = Text.GetSize();
+    if ( _pArray == nullptr || _Mode == OPEN_READ || _Position != _pArray->GetSize() ||
+         _pArray->GetCapacity() - _Position < Size )
+    {
+        return false;
+    }
+    _pArray->SetSizeNoInit( _Position + Size );
+    NZanStringUtils::NDetail::Put( reinterpret_cast<char*>( _pArray->GetData() ) + _Position, Text );
+    _Position += Size;
+    return true;
+}
 
 /// Keeps nothing of what is written but its checksum, and cannot be read. It has to be opened for writing.
 class CChecksumFile final : public CFile

@@ -65,7 +65,10 @@ struct SToken
 
     /// Never null, terminated. A zero byte of a quoted string ends it early, for which see GetView.
     const char* GetString() const { return _Text.IsEmpty() ? "" : _Text.GetData(); }
-    CZanStringView GetView() const;
+    CZanStringView GetView() const
+    {
+        return CZanStringView::FromNullTerminated( GetString(), _Text.IsEmpty() ? 0 : _Text.GetSize() - 1 );
+    }
 
     /// Replaces the text, which Text may look at.
     void SetText( CZanStringView Text );

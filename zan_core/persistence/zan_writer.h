@@ -38,9 +38,13 @@ public:
     void SetProduceOutput( bool bProduceOutput ) { _bProduceOutput = bProduceOutput; }
 
 private:
+    void Write( CZanStringView Bytes );
     void WriteUint16( uint32 Value );
+    template <typename T>
+    void WriteNumber( uint32 Token, T Value );
 
     CFile* _pFile;
+    CMemoryFile* _pMemoryFile; // the file if it is one, which most are; else null
     int32 _Indent = 0;
     bool _bBinary; // settled at construction
     bool _bOwnsFile = false;

@@ -1,0 +1,429 @@
+#include "zan_core/numerics/zan_fixed_point.h"
+#include "zan_core/persistence/zan_persistent_reader.h"
+#include "zan_core/persistence/zan_writer.h"
+#include "zan_core/text/zan_charconv.h"
+#include "zan_test/include/zan_test_catch.h"
+#include "zan_test/include/zan_test_logger.h"
+
+#include <clocale>
+#include <limits>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+using NZanTestUtils::CLogCapture;
+
+namespace
+{
+struct SInput
+{
+    explicit SInput( std::string Input ) : Text( std::move( Input ) ) { File.SetName( "f.txt" ); }
+
+    const std::string Text;
+    CMemoryFile File{ CZanStringView( Text.data(), static_cast<int32>( Text.size() ) ) };
+    CTextLexer Lexer{ &File };
+    CZanPersistentReader Reader{ &Lexer };
+};
+
+std::string ToText( const SToken& Token )
+{
+    const std::string Text( Token.GetString() );
+    return Token._bExplicitString ? '"' + Text + '"' : Text;
+}
+
+/// Every statement as "key operator value:type", and the braces that end blocks.
+std::string ReadStatements( SInput& Input )
+{
+    std::string Text;
+    for ( Input.Lexer.PeekTok(); Input.Lexer.Tok()._Type != NToken::EndOfInput; Input.Lexer.PeekTok() )
+    {
+        if ( Input.Lexer.Tok()._Type == NToken::CloseBlock )
+        {
+            Input.Reader.NextToken();
+            Text += "}, ";
+            continue;
+        }
+        Input.Reader.ReadStatement();
+        Text += ToText( Input.Reader.GetKey() ) + " " + ToText( Input.Reader.GetOperator() ) + " " +
+                ToText( Input.Reader.GetValue() ) + ":" + std::to_string( Input.Reader.GetValue()._Type ) +
+                ", ";
+    }
+    return Text;
+}
+
+std::string GetMessages( const CLogCapture& Capture )
+{
+    std::string Text;
+    for ( const auto& Record : Capture.GetRecords() )
+    {
+        Text += Record.Message;
+    }
+    return Text;
+}
+
+std::string Repeat( const std::string& Piece, int Count )
+{
+    std::string Text;
+    for ( int i = 0; i < Count; ++i )
+    {
+        Text += Piece;
+    }
+    return Text;
+}
+
+void SkipByRecursion( SInput& Input )
+{
+    if ( Input.Lexer.Tok()._Type != NToken::OpenBlock )
+    {
+        return;
+    }
+    for ( ;; )
+    {
+        Input.Lexer.PeekTok();
+        const uint32 Type = Input.Lexer.Tok()._Type;
+        if ( Type == NToken::CloseBlock || Type == NToken::EndOfInput )
+        {
+            break;
+        }
+        if ( !Input.Reader.NextToken() )
+        {
+            return;
+        }
+        SkipByRecursion( Input );
+    }
+    Input.Reader.NextToken();
+}
+
+/// A tree that reads and writes itself by the documented pattern.
+class CNode final : public CPersistent
+{
+public:
+    void Write( CWriter& Writer ) override
+    {
+        WriteKey( Writer, "number" );
+        Writer.WriteInt( _Number );
+        Writer.WriteToken( NToken::LineFeed );
+        WriteKey( Writer, "name" );
+        Writer.WriteToken( NToken::Quote );
+        WriteText( Writer, _Name );
+        Writer.WriteToken( NToken::Quote );
+        Writer.WriteToken( NToken::LineFeed );
+        for ( CNode& Child : _Children )
+        {
+            WriteKey( Writer, "child" );
+            Child.WriteBlock( Writer );
+        }
+    }
+
+    void Read( CZanPersistentReader& Reader ) override
+    {
+        while ( Reader.ReadStatementOfBlock() )
+        {
+            const CZanStringView Key = Reader.GetKey().GetView();
+            if ( Key == "number" )
+            {
+                const auto Number = NZanStringUtils::FromString<int32>( Reader.GetValue().GetView() );
+                if ( !Number && !Reader.ReportMalformedToken() )
+                {
+                    continue;
+                }
+                _Number = Number.Get( -1 );
+            }
+            else if ( Key == "name" )
+            {
+                _Name = Reader.GetValue().GetString();
+            }
+            else if ( Key == "child" && Reader.GetValue()._Type == NToken::OpenBlock )
+            {
+                _Children.emplace_back().Read( Reader );
+            }
+            else
+            {
+                OnUnexpectedToken( Reader );
+            }
+        }
+    }
+
+    bool operator==( const CNode& Other ) const
+    {
+        return _Number == Other._Number && _Name == Other._Name && _Children == Other._Children;
+    }
+
+    int32 _Number = 0;
+    std::string _Name;
+    std::vector<CNode> _Children;
+
+private:
+    static void WriteText( CWriter& Writer, const std::string& Text )
+    {
+        SToken Token;
+        Token.SetText( Text.c_str() );
+        Writer.WriteTokenText( Token );
+    }
+
+    static void WriteKey( CWriter& Writer, const char* pKey )
+    {
+        Writer.WriteIndent();
+        WriteText( Writer, pKey );
+        Writer.WriteToken( NToken::Assign );
+    }
+};
+
+CNode MakeTree( int32 Depth, int32 Number )
+{
+    CNode Node;
+    Node._Number = Number;
+    Node._Name = "node } # " + std::to_string( Number );
+    for ( int32 i = 0; i < Depth; ++i )
+    {
+        Node._Children.push_back( MakeTree( Depth - 1, -10 * Number + i ) );
+    }
+    return Node;
+}
+
+struct SHandler : CReadErrorHandler
+{
+    bool Handle( CZanPersistentReader& ) override { return ++_Calls % 2 == 0; }
+    int _Calls = 0;
+};
+} // namespace
+
+TEST_CASE( "Statements are read as they stand", "[persistence]" )
+{
+    const struct
+    {
+        std::string Text, Statements, Messages;
+    } Rows[] = {
+        { "", "", "" },
+        { "a = b", "a = b:15, ", "" },
+        { "a=1 b<2 c>3 d<=-4 e>=.5 f==\"x y\" g!=yes",
+            "a = 1:12, b < 2:12, c > 3:12, d <= -4:12, e >= .5:12, f == \"x y\":15, g != yes:15, ", "" },
+        { "a = { b = 1 } c = 2", "a = {:3, b = 1:12, }, c = 2:12, ", "" },
+        { "x = { a = } b = 1", "x = {:3, a = }:4, }, b = 1:12, ", "" },
+        { "a b = 1", "a  :0, =  :0, ", "" },
+        { "a ! b", "a  :0, b  :0, ", "" },
+        { "a", "a  :0, ", "" },
+        { "a =", "a = :19, ", "" },
+        { "@a = 1", "  :0, ", "" },
+        // Variables.
+        { "@size = 10 width = @size", "width = 10:12, ", "" },
+        { "@a = @b @c = @a @b = 2 x = @c y = @b", "x = @b:15, y = 2:12, ", "" },
+        { "@a = \"q\" x = @a y = \"@a\"", "x = \"q\":15, y = \"@a\":15, ", "" },
+        { "\"@x\" = 3 a = @x", "a = 3:12, ", "" },
+        { "b = @unknown c = @", "b = @unknown:15, c = @:15, ", "" },
+        { "@ = 5 c = @", "c = 5:12, ", "" },
+        { "x = { @in = 1 } y = @in", "x = {:3, }  :0, =  :0, ", "" },
+        { "x = { @in = 1 k = 2 } y = @in", "x = {:3, k = 2:12, }, y = 1:12, ", "" },
+        { "@a 1 b = @a", "b = @a:15, ", "" },
+        { "@size = 10\n@size = 11\nw = @size", "=  :0, w = 10:12, ",
+            "Variable name size is already taken.  file: f.txt line: 2\n" },
+        { "@1x = 2", "=  :0, ",
+            "Invalid variable name [1x]. Variable names must start with a letter and only contain letters, "
+            "numbers, or under scores.  file: f.txt line: 1\n" },
+        { "@a-b = 2", "=  :0, ",
+            "Invalid variable name [a-b]. Variable names must start with a letter and only contain letters, "
+            "numbers, or under scores.  file: f.txt line: 1\n" },
+        { "@a_1Z = 2 w = @a_1Z", "w = 2:12, ", "" },
+        // Expressions.
+        { "w = @[2 + 3 * 4] x = 1", "w = 14:13, x = 1:12, ", "" },
+        { "w = @[(1+2)*3] x = 1", "w = 9:13, x = 1:12, ", "" },
+        { "w = @[1/3] x = @[16777217]", "w = 0.33333:13, x = 16777216:13, ", "" },
+        { "@a = 2 b = @[a*a] @c = @[a/4] d = @c e = @[c*c]", "b = 4:13, d = 0.5:13, e = 0.25:13, ", "" },
+        { "@s = text b = @[s+1]", "b = 1:13, ", "Variable s is not a number.  file: f.txt line: 1\n" },
+        { "b = @[x+1]", "b = 0:12, ",
+            "unknown variable [x].  file: f.txt line: 1\n"
+            "Failed to parse advanced statement at  file: f.txt line: 1\n" },
+        { "b = @[1+x_9]", "b = 0:12, ",
+            "unknown variable [x_9].  file: f.txt line: 1\n"
+            "Failed to parse advanced statement at  file: f.txt line: 1\n" },
+        { "b = @[1,2]", "b = 12:13, ",
+            "Invalid character ',' in advanced statement at  file: f.txt line: 1\n" },
+        { "b = @[_1] c = @[1\n2]", "b = 1:13, c = 12:13, ",
+            "Invalid character '_' in advanced statement at  file: f.txt line: 1\n"
+            "Invalid character '\n' in advanced statement at  file: f.txt line: 2\n" },
+        { "b = @[] c = @[ \t]", "b = @[]:15, c = 0:12, ",
+            "Failed to parse advanced statement at  file: f.txt line: 1\n" },
+        { "b = @[1+]", "b = 0:12, ", "Failed to parse advanced statement at  file: f.txt line: 1\n" },
+        { "b = @[1]+2] c = 1", "b = 3:13, c = 1:12, ",
+            "Invalid character ']' in advanced statement at  file: f.txt line: 1\n" },
+        { "b = @[1+2", "b = 3:13, ", "Missing ']' of advanced statement at  file: f.txt line: 1\n" },
+        { "b = @[(1", "b = 0:12, ",
+            "Missing ']' of advanced statement at  file: f.txt line: 1\n"
+            "Failed to parse advanced statement at  file: f.txt line: 1\n" },
+        { "@n = 1" + Repeat( "1", 9999 ) + "\nb = @[n/n] c = 1", "b = 0:12, c = 1:12, ",
+            "Failed to parse advanced statement at  file: f.txt line: 2\n" },
+    };
+    for ( const auto& Row : Rows )
+    {
+        CLogCapture Capture;
+        SInput Input( Row.Text );
+        CAPTURE( Row.Text );
+        CHECK( ReadStatements( Input ) == Row.Statements );
+        CHECK( GetMessages( Capture ) == Row.Messages );
+        CHECK( ( !Input.Reader.HasError() && Input.Reader.GetErrors().IsEmpty() ) );
+    }
+}
+
+TEST_CASE( "NextToken puts in what a token stands for", "[persistence]" )
+{
+    SInput Input( "@v = 3 a = 1 @v @[v+1] \"@v\" @w" );
+    Input.Reader.ReadStatement();
+    std::string Text;
+    while ( Input.Reader.NextToken() )
+    {
+        Text += ToText( Input.Lexer.Tok() ) + ":" + std::to_string( Input.Lexer.Tok()._Type ) + " ";
+    }
+    CHECK( Text == "3:12 4:13 \"@v\":15 @w:15 " );
+    CHECK( SToken( std::numeric_limits<int32>::min() ).GetView() == "-2147483648" );
+    CHECK( SToken( std::numeric_limits<CFixedPoint>::lowest() ).GetView() == "-92233720368547.75808" );
+}
+
+TEST_CASE( "SkipBlock does what recursion does", "[persistence]" )
+{
+    std::mt19937 Random( 4 );
+    const char* const Pieces[] = { "{", "}", "{ ", " } ", " a ", "=", " @v ", " @w ", " @[1] ", "\"}\"",
+        "#}\n", "@[1" };
+    CLogCapture Capture;
+    for ( int Round = 0; Round < 3000; ++Round )
+    {
+        std::string Text = "@v = { @w = } a = {";
+        for ( auto Count = Random() % 30; Count > 0; --Count )
+        {
+            Text += Pieces[ Random() % std::size( Pieces ) ];
+        }
+        SInput Counted( Text ), Recursive( Text );
+        Counted.Reader.ReadStatement();
+        Counted.Reader.SkipBlock();
+        Recursive.Reader.ReadStatement();
+        SkipByRecursion( Recursive );
+        CAPTURE( Text );
+        REQUIRE( Counted.File.GetPosition() == Recursive.File.GetPosition() );
+        REQUIRE( Counted.Lexer.GetBytesRead() == Recursive.Lexer.GetBytesRead() );
+        REQUIRE( Counted.Lexer.Tok()._Type == Recursive.Lexer.Tok()._Type );
+        REQUIRE( ReadStatements( Counted ) == ReadStatements( Recursive ) );
+    }
+    for ( const char* pEnd : { "}", "" } ) // closed, and cut off
+    {
+        SInput Deep( "a = {" + Repeat( "b = {", 1000000 ) + Repeat( pEnd, 1000001 ) + " c = 1" );
+        Deep.Reader.ReadStatement();
+        Deep.Reader.SkipBlock();
+        CHECK( ReadStatements( Deep ) == ( *pEnd != '\0' ? "c = 1:12, " : "" ) );
+    }
+}
+
+TEST_CASE( "Errors are collected and logged at once", "[persistence]" )
+{
+    CLogCapture Capture;
+    SInput Input( "\n\nkey = { a = {\n}\n}\n\nother = x last = { }" );
+    SHandler Handler;
+
+    Input.Reader.ReadStatement();
+    Input.Reader.ReportError( "Unexpected token" );
+    Input.Reader.ReadStatement();
+    CHECK( Input.Reader.GetKey().GetView() == "other" );
+    CHECK( !Input.Reader.ReportMalformedToken() );
+    CHECK( Input.Reader.GetErrorText() ==
+           "Unexpected token: key, near line: 3\nMalformed token: x, near line: 7\n" );
+
+    Input.Reader.SetErrorHandler( &Handler );
+    Input.Reader.ReadStatement();
+    CHECK( ( !Input.Reader.ReportMalformed( "Wrong" ) && Handler._bInvoked && !Handler._bHandled ) );
+    CHECK( Input.Lexer.Tok()._Type == NToken::OpenBlock ); // nothing is skipped
+    CHECK( ( Input.Reader.ReportMalformed( "Wrong" ) && Handler._bHandled && Handler._Calls == 2 ) );
+    CHECK( ( Input.Reader.GetErrors().GetSize() == 3 && Capture.GetRecords().empty() ) );
+
+    Input.Reader.LogErrors();
+    CHECK( Capture.GetOnlyMessage() ==
+           "Error: \"Unexpected token: key, near line: 3\nMalformed token: x, near line: 7\nWrong: {, near "
+           "line: 7\" in file: \"f.txt\" near line: 7\n" );
+    CHECK( Capture.GetRecords()[ 0 ].Category == LogCategoryError );
+    CHECK( ( Input.Reader.GetErrors().IsEmpty() && Input.Reader.HasError() ) );
+    Input.Reader.ClearHasError();
+    CHECK( !Input.Reader.HasError() );
+}
+
+TEST_CASE( "The location is a text of the thread", "[persistence]" )
+{
+    SInput Input( "" ), Other( "" );
+    const CZanStringView Text = Input.Reader.GetLocationText();
+    std::thread( [ & ] {
+        Other.File.SetLine( 2147483647 );
+        CHECK( Other.Reader.GetLocationText() == " file: f.txt line: 2147483647" );
+    } ).join();
+    CHECK( Text == " file: f.txt line: 1" );
+
+    Input.File.SetName( Repeat( "n", 5000 ).c_str() );
+    CHECK( Input.Reader.GetLocationText() == ( " file: " + Repeat( "n", 2040 ) ).c_str() );
+
+    Other.File.SetLine( -1 );
+    const CZanStringView Name = Other.Reader.GetLocationText();
+    for ( int i = 0; i < 100; ++i ) // the interned name stays where it is
+    {
+        Other.File.SetName( std::to_string( i ).c_str() );
+        CHECK( Other.Reader.GetLocationText() == std::to_string( i ).c_str() );
+    }
+    CHECK( Name == "f.txt" );
+    Other.File.SetName( "f.txt" );
+    CHECK( Other.Reader.GetLocationText().GetData() == Name.GetData() );
+}
+
+TEST_CASE( "Numbers do not depend on the locale", "[persistence]" )
+{
+    const std::string Former = std::setlocale( LC_ALL, nullptr );
+    for ( const char* pName : { "C", "de_DE.UTF-8", "de_DE", "fr_FR.UTF-8" } )
+    {
+        const char* const pLocale = std::setlocale( LC_ALL, pName ); // null where it is not installed
+        SInput Input( "a = @[1.5*3]" );
+        const std::string Text = ReadStatements( Input );
+        std::setlocale( LC_ALL, Former.c_str() );
+        CAPTURE( pName, pLocale );
+        CHECK( Text == "a = 4.5:13, " );
+    }
+}
+
+TEST_CASE( "Objects write themselves and read themselves back", "[persistence]" )
+{
+    CZanArray<uint8> Bytes;
+    CMemoryFile File( Bytes, FILE_TEXT, OPEN_WRITE );
+    CWriter Writer( &File );
+
+    SECTION( "nested, as blocks" )
+    {
+        CNode Tree = MakeTree( 4, 1 );
+        Tree.WriteBlock( Writer );
+        SInput Input( std::string( Bytes.GetIterStart(), Bytes.GetIterEnd() ) + "rest = 1" );
+        CNode Back;
+        Input.Reader.NextToken();
+        Back.Read( Input.Reader );
+        CHECK( ( Back == Tree && Writer.GetIndent() == 0 && !Input.Reader.HasError() ) );
+        CHECK( ReadStatements( Input ) == "rest = 1:12, " );
+    }
+    SECTION( "with braces and indentation, or flat" )
+    {
+        CNode Tree = MakeTree( 1, 3 );
+        Tree.WriteBlock( Writer );
+        const std::string Block( Bytes.GetIterStart(), Bytes.GetIterEnd() );
+        CHECK( Block == "{\n\tnumber=3\n\tname=\"node } # 3\"\n\tchild={\n\t\tnumber=-30\n"
+                        "\t\tname=\"node } # -30\"\n\t}\n}\n" );
+        File.Open( FILE_TEXT, OPEN_WRITE );
+        Writer.SetIndent( -2 );
+        Tree._Children.clear();
+        Tree.WriteBlock( Writer );
+        CHECK( std::string( Bytes.GetIterStart(), Bytes.GetIterEnd() ) == "number=3\nname=\"node } # 3\"\n" );
+        CHECK( Writer.GetIndent() == -2 );
+    }
+    SECTION( "and report what they do not take, object by object" )
+    {
+        CLogCapture Capture;
+        SInput Input( "number = x \nwhat = { a = { } } child = {\nodd = 1 number = 7 } name = \"n\"" );
+        CNode Tree;
+        Tree.Read( Input.Reader );
+        REQUIRE( Tree._Children.size() == 1 );
+        CHECK( ( Tree._Children[ 0 ]._Number == 7 && Tree._Name == "n" && Input.Reader.HasError() ) );
+        CHECK( GetMessages( Capture ) ==
+               "Error: \"Malformed token: x, near line: 1\" in file: \"f.txt\" near line: 1\n"
+               "Error: \"Unexpected token: what, near line: 2\" in file: \"f.txt\" near line: 2\n"
+               "Error: \"Unexpected token: odd, near line: 3\" in file: \"f.txt\" near line: 3\n" );
+    }
+}
