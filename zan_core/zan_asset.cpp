@@ -390,7 +390,9 @@ public:
     /// To the last object, without data.
     SAssetProperty& AddProperty( CZanStringView Name )
     {
-        return GetLast().AccessProperties().AppendEmplace( Name );
+        CZanArray<SAssetProperty>& Properties = GetLast().AccessProperties();
+        Properties.Reserve( 4 ); // most objects have some, and moving them is dear
+        return Properties.AppendEmplace( Name );
     }
 
 private:
@@ -985,17 +987,29 @@ void CAssetObject::WriteToFile( CFile& File, bool bBinary ) const
 
 void CAssetObject::ReadFromFile( CFile& File )
 {
-    CZanArray<uint8> Data;
-    File.ReadAll( Data );
+    CZanArray<uint8> Copy;
+    const uint8* pData = nullptr;
+    int32 Size = File.GetSize();
+    if ( CMemoryFile* const pMemoryFile = dynamic_cast<CMemoryFile*>( &File ) )
+    {
+        pData = pMemoryFile->GetData();
+        pMemoryFile->SeekEnd();
+    }
+    else
+    {
+        File.ReadAll( Copy );
+        pData = Copy.GetData();
+        Size = Copy.GetSize();
+    }
     const char* const pFileName = File.GetName().GetCharPtr();
     const int32 HeaderSize = BinaryHeader.GetSize();
-    if ( Data.GetSize() < HeaderSize )
+    if ( Size < HeaderSize )
     {
         ZanLog( { __FILE__, __LINE__, LogCategoryError }, "Asset does not have a complete header: %s",
             pFileName );
         return;
     }
-    CZanStringView Rest( reinterpret_cast<const char*>( Data.GetData() ), Data.GetSize() );
+    CZanStringView Rest( reinterpret_cast<const char*>( pData ), Size );
     const bool bBinary = Rest.GetSubstring( 0, HeaderSize ) == BinaryHeader;
     Rest.RemovePrefix( HeaderSize );
     if ( !bBinary )

@@ -86,7 +86,7 @@ TEST_CASE( "Tokens are cut, numbered and counted to the rules", "[persistence]" 
 
 TEST_CASE( "Tokens of up to 20 characters lie in place", "[persistence]" )
 {
-    for ( const size_t Size : { 1, 16, 17, 20, 21, 300 } )
+    for ( const size_t Size : { 1u, 16u, 17u, 20u, 21u, 300u } )
     {
         const std::string Word( Size, 'w' );
         for ( const std::string& Content : { Word, "\"" + Word + "\"", "x=" + Word + " y" } )
