@@ -99,9 +99,20 @@ void KeepMinima( std::vector<double>& Minima, const std::vector<double>& More )
     }
 }
 
+/// Ours to that of another contender, for the same amount of work.
+double CalcRatio( const SRow& Row, const std::vector<double>& Minima, size_t Peer )
+{
+    return Minima[ 0 ] / Row.Contenders[ 0 ].Amount / ( Minima[ Peer ] / Row.Contenders[ Peer ].Amount );
+}
+
 bool IsAboveLimit( const SRow& Row, const std::vector<double>& Minima )
 {
-    return Row.Limit > 0 && Minima[ 0 ] > Row.Limit * *std::min_element( Minima.begin() + 1, Minima.end() );
+    bool bAbove = false;
+    for ( size_t i = 1; i < Minima.size(); ++i )
+    {
+        bAbove = bAbove || ( Row.Limit > 0 && CalcRatio( Row, Minima, i ) > Row.Limit );
+    }
+    return bAbove;
 }
 
 void PrintRatio( double Ratio, const std::string& Row, const std::string& Peer, double Limit )
@@ -145,7 +156,7 @@ void MeasureRow( const SRow& Row )
     }
     for ( size_t i = 1; i < Row.Contenders.size(); ++i )
     {
-        const double Ratio = Minima[ 0 ] / Minima[ i ];
+        const double Ratio = CalcRatio( Row, Minima, i );
         for ( SMean& Mean : AccessMeans() )
         {
             if ( Row.Name.starts_with( Mean.Prefix ) && Row.Contenders[ i ].Name == Mean.Peer )

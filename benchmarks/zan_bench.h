@@ -9,13 +9,15 @@
 
 /// One way to do a row's work. Work is called once per iteration and its result kept alive; or it takes the
 /// state and loops itself, for what has to be set up outside of the measured time. The loop is compiled with
-/// the work inlined in it: the type-erased call happens once per repetition.
+/// the work inlined in it: the type-erased call happens once per repetition. Contenders that do not do the
+/// same amount of it, such as bytes in different formats, say how much, and are compared by the time for one.
 struct SZanBenchContender
 {
     template <typename TWork>
-    SZanBenchContender( std::string ContenderName, TWork Work );
+    SZanBenchContender( std::string ContenderName, TWork Work, double WorkAmount = 1 );
 
     std::string Name;
+    double Amount;
     std::function<void( benchmark::State& )> Run;
 };
 
@@ -34,8 +36,8 @@ void ZanBenchMean( std::string Row, std::string Prefix, std::string Peer, double
 void RegisterRows();
 
 template <typename TWork>
-SZanBenchContender::SZanBenchContender( std::string ContenderName, TWork Work )
-    : Name( std::move( ContenderName ) )
+SZanBenchContender::SZanBenchContender( std::string ContenderName, TWork Work, double WorkAmount )
+    : Name( std::move( ContenderName ) ), Amount( WorkAmount )
 {
     Run = [ Work = std::move( Work ) ]( benchmark::State& State ) {
         if constexpr ( std::is_invocable_v<const TWork&, benchmark::State&> )

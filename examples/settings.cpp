@@ -73,28 +73,19 @@ void WriteKey( CWriter& Writer, const char* pKey )
     Writer.AccessFile().WriteString( " = " );
 }
 
-void WriteLine( CWriter& Writer, const char* pKey, const std::string& Value )
-{
-    WriteKey( Writer, pKey );
-    Writer.AccessFile().WriteString( Value.c_str() );
-    Writer.WriteToken( NToken::LineFeed );
-}
-
 template <typename T>
 void WriteNumber( CWriter& Writer, const char* pKey, T Number )
 {
-    WriteLine( Writer, pKey, SToken( Number ).GetString() );
+    WriteKey( Writer, pKey );
+    Writer.WriteTokenText( SToken( Number ) );
+    Writer.WriteToken( NToken::LineFeed );
 }
 
 void WriteQuoted( CWriter& Writer, const char* pKey, const std::string& Text )
 {
-    std::string Quoted = "\"";
-    for ( const char Char : Text )
-    {
-        Quoted += Char == '"' || Char == '\\' ? "\\" : "";
-        Quoted += Char;
-    }
-    WriteLine( Writer, pKey, Quoted + '"' );
+    WriteKey( Writer, pKey );
+    Writer.WriteQuoted( Text.c_str() );
+    Writer.WriteToken( NToken::LineFeed );
 }
 
 // --- The settings ------------------------------------------------------------------------------------------

@@ -100,21 +100,17 @@ std::vector<SEvent> Read( const char* pData, size_t Size )
 
 void Write( CWriter& Writer, const SText& Text )
 {
-    SToken Token;
-    std::string Written = Text.Text;
+    const CZanStringView View( Text.Text.data(), static_cast<int32>( Text.Text.size() ) );
     if ( Text.bExplicitString )
     {
-        Written.clear();
-        for ( const char Char : Text.Text )
-        {
-            Written += Char == '"' || Char == '\\' ? "\\" : "";
-            Written += Char;
-        }
-        Writer.WriteToken( NToken::Quote );
+        Writer.WriteQuoted( View );
     }
-    Token.SetText( CZanStringView( Written.data(), static_cast<int32>( Written.size() ) ) );
-    Writer.WriteTokenText( Token );
-    Writer.WriteToken( Text.bExplicitString ? NToken::Quote : NToken::Blank );
+    else
+    {
+        SToken Token;
+        Token.SetText( View );
+        Writer.WriteTokenText( Token );
+    }
     Writer.WriteToken( NToken::Blank );
 }
 

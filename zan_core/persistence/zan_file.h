@@ -2,7 +2,6 @@
 
 #include "zan_core/containers/zan_array.h"
 #include "zan_core/text/zan_string.h"
-#include "zan_core/text/zan_string_utils.h"
 #include "zan_core/text/zan_string_view.h"
 #include "zan_core/zan_types.h"
 
@@ -191,7 +190,8 @@ private:
     void Exchange( CMemoryFile& Other ) noexcept;
     void MoveOn( int64 Count );
     bool MakeRoom( int64 Size );
-    bool TryAppend( CZanStringView Text );
+    char* TryExtend( int32 Size );
+    void GiveBack( const char* pEnd );
 
     CZanArray<uint8>* _pArray = nullptr; // the content, unless null
     uint8* _pBuffer = nullptr;           // the content otherwise
@@ -202,20 +202,26 @@ private:
     bool _bOwnsData = false;
 };
 
-/// Writes at the end of an array, as long as that has the room: most of all writing. False, and nothing
-/// happens, anywhere else.
-inline bool CMemoryFile::TryAppend( CZanStringView Text )
+/// Moves behind Size bytes at the end of an array that has the room, which most writing is to, and gives the
+/// first of them, to be written at once. Null, and nothing happens, anywhere else.
+inline char* CMemoryFile::TryExtend( int32 Size )
 {
-    const int32 Size = Text.GetSize();
     if ( _pArray == nullptr || _Mode == OPEN_READ || _Position != _pArray->GetSize() ||
          _pArray->GetCapacity() - _Position < Size )
     {
-        return false;
+        return nullptr;
     }
-    _pArray->SetSizeNoInit( _Position + Size );
-    NZanStringUtils::NDetail::Put( reinterpret_cast<char*>( _pArray->GetData() ) + _Position, Text );
+    char* const pEnd = reinterpret_cast<char*>( _pArray->GetData() ) + _Position;
     _Position += Size;
-    return true;
+    _pArray->SetSizeNoInit( _Position );
+    return pEnd;
+}
+
+/// Takes back what TryExtend has extended beyond pEnd.
+inline void CMemoryFile::GiveBack( const char* pEnd )
+{
+    _Position = static_cast<int32>( pEnd - reinterpret_cast<const char*>( _pArray->GetData() ) );
+    _pArray->SetSizeNoInit( _Position );
 }
 
 /// Keeps nothing of what is written but its checksum, and cannot be read. It has to be opened for writing.

@@ -20,6 +20,10 @@ public:
     /// Layout is left out of the binary form.
     void WriteToken( uint32 Token );
     void WriteTokenText( const SToken& Token );
+
+    /// Text in quotes, which the lexer gives back as it is, unless it holds a byte 0 or 255: these end a
+    /// file.
+    void WriteQuoted( CZanStringView Text );
     void WriteInt( int32 Value );
     void WriteUint( uint32 Value );
 
@@ -38,8 +42,13 @@ public:
     void SetProduceOutput( bool bProduceOutput ) { _bProduceOutput = bProduceOutput; }
 
 private:
+    char* TryExtend( int32 Size );
     void Write( CZanStringView Bytes );
+    template <int32 Size>
+    void WriteBytes( const char ( &Bytes )[ Size ] );
+    void WriteSlowly( CZanStringView Bytes );
     void WriteUint16( uint32 Value );
+    void WriteRegistered( CZanStringView Text );
     template <typename T>
     void WriteNumber( uint32 Token, T Value );
 

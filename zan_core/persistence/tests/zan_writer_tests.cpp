@@ -1,5 +1,6 @@
 #include "zan_core/persistence/zan_writer.h"
 
+#include "zan_core/persistence/lexer.h"
 #include "zan_test/include/zan_test_catch.h"
 
 #include <functional>
@@ -85,6 +86,28 @@ TEST_CASE( "Tokens have these bytes in text and in binary form", "[persistence]"
         CHECK( Write( FILE_TEXT, Row.Call ) == Row.Text );
         CHECK( Write( FILE_BINARY, Row.Call ) == Row.Binary );
     }
+}
+
+TEST_CASE( "Quoted texts come back from the lexer", "[persistence]" )
+{
+    std::string Text = R"(\ "both" ")";
+    for ( int Round = 0; Round < 12; ++Round, Text += Text + "a{\n#" )
+    {
+        for ( const int32 Capacity : { 0, 100, 1 << 20 } )
+        {
+            CZanArray<uint8> Bytes;
+            Bytes.Reserve( Capacity );
+            CMemoryFile File( Bytes, FILE_TEXT, OPEN_WRITE );
+            CWriter( &File ).WriteQuoted( CZanStringView( Text.data(), static_cast<int32>( Text.size() ) ) );
+            File.Open( FILE_TEXT, OPEN_READ );
+            CTextLexer Lexer( &File );
+            REQUIRE( ( Lexer.GetTok() && Lexer.Tok()._bExplicitString && Lexer.Tok().GetString() == Text ) );
+            REQUIRE( !Lexer.GetTok() );
+        }
+    }
+    CHECK( Write( FILE_TEXT, []( CWriter& Writer ) { Writer.WriteQuoted( "" ); } ) == "\"\"" );
+    CHECK( Write( FILE_BINARY, []( CWriter& Writer ) { Writer.WriteQuoted( "a\"" ); } ) ==
+           std::string( "\2\0a\\\"\2\0", 7 ) );
 }
 
 TEST_CASE( "A writer keeps its form, and may own its file", "[persistence]" )
