@@ -11,6 +11,7 @@
 #include "zan_core/text/zan_charconv.h"
 #include "zan_core/zan_log.h"
 
+#include <concepts>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -31,120 +32,128 @@ class CConsoleLogger final : public CLogger
     }
 };
 
-// --- One value, from and to the file -----------------------------------------------------------------------
-
-// True, as the statement has been taken, whether its value could be or not.
-
-bool ReadText( CZanPersistentReader& Reader, std::string& Text )
-{
-    Text = Reader.GetValue().GetString();
-    return true;
-}
-
 template <typename T>
-bool ReadNumber( CZanPersistentReader& Reader, T& Number )
+concept CBlock = std::derived_from<T, CPersistent>;
+
+// --- The value of the statement that has been read ---------------------------------------------------------
+
+void Take( CZanPersistentReader& Reader, std::string& Text ) { Text = Reader.GetValue().GetString(); }
+
+template <typename TNumber>
+void Take( CZanPersistentReader& Reader, TNumber& Number )
 {
-    const CZanOptional<T> Value = NZanStringUtils::FromString<T>( Reader.GetValue().GetView() );
+    const auto Value = NZanStringUtils::FromString<TNumber>( Reader.GetValue().GetView() );
     if ( !Value )
     {
         Reader.ReportMalformedToken();
     }
     Number = Value.Get( Number );
-    return true;
 }
 
-bool ReadBlock( CZanPersistentReader& Reader, CPersistent& Object )
+template <CBlock TBlock>
+void Take( CZanPersistentReader& Reader, TBlock& Block )
 {
     if ( Reader.GetValue()._Type == NToken::OpenBlock )
     {
-        Object.Read( Reader );
+        Block.Read( Reader );
     }
     else
     {
         Reader.ReportMalformedToken();
     }
-    return true;
 }
 
-void WriteKey( CWriter& Writer, const char* pKey )
+template <CBlock TBlock>
+void Take( CZanPersistentReader& Reader, std::vector<TBlock>& Blocks )
+{
+    Take( Reader, Blocks.emplace_back() );
+}
+
+// --- A statement to write ----------------------------------------------------------------------------------
+
+void PutKey( CWriter& Writer, const char* pKey )
 {
     Writer.WriteIndent();
     Writer.AccessFile().WriteString( pKey );
     Writer.AccessFile().WriteString( " = " );
 }
 
-template <typename T>
-void WriteNumber( CWriter& Writer, const char* pKey, T Number )
+void Put( CWriter& Writer, const char* pKey, std::string& Text )
 {
-    WriteKey( Writer, pKey );
-    Writer.WriteTokenText( SToken( Number ) );
-    Writer.WriteToken( NToken::LineFeed );
-}
-
-void WriteQuoted( CWriter& Writer, const char* pKey, const std::string& Text )
-{
-    WriteKey( Writer, pKey );
+    PutKey( Writer, pKey );
     Writer.WriteQuoted( Text.c_str() );
     Writer.WriteToken( NToken::LineFeed );
 }
 
+template <typename TNumber>
+void Put( CWriter& Writer, const char* pKey, TNumber& Number )
+{
+    PutKey( Writer, pKey );
+    Writer.WriteTokenText( SToken( Number ) );
+    Writer.WriteToken( NToken::LineFeed );
+}
+
+template <CBlock TBlock>
+void Put( CWriter& Writer, const char* pKey, TBlock& Block )
+{
+    PutKey( Writer, pKey );
+    Block.WriteBlock( Writer );
+}
+
+template <CBlock TBlock>
+void Put( CWriter& Writer, const char* pKey, std::vector<TBlock>& Blocks )
+{
+    for ( TBlock& Block : Blocks )
+    {
+        Put( Writer, pKey, Block );
+    }
+}
+
 // --- The settings ------------------------------------------------------------------------------------------
 
-/// Reads statements; what they mean is up to the derived classes.
-class CSettingsBlock : public CPersistent
+/// A block that lists its fields once, in TBlock::Visit, for reading and for writing.
+template <typename TBlock>
+struct TSettingsBlock : CPersistent
 {
-public:
     void Read( CZanPersistentReader& Reader ) final
     {
         while ( Reader.ReadStatementOfBlock() )
         {
-            if ( Reader.GetOperator()._Type != NToken::Assign || !Take( Reader.GetKey().GetView(), Reader ) )
+            bool bTaken = false;
+            static_cast<TBlock*>( this )->Visit( [ & ]( const char* pKey, auto& Value ) {
+                if ( Reader.GetKey().GetView() == pKey && Reader.GetOperator()._Type == NToken::Assign &&
+                     !bTaken )
+                {
+                    bTaken = true;
+                    Take( Reader, Value );
+                }
+            } );
+            if ( !bTaken )
             {
                 OnUnexpectedToken( Reader );
             }
         }
     }
-
-private:
-    /// False for a key that the object does not have.
-    virtual bool Take( CZanStringView Key, CZanPersistentReader& Reader ) = 0;
+    void Write( CWriter& Writer ) final
+    {
+        static_cast<TBlock*>( this )->Visit(
+            [ & ]( const char* pKey, auto& Value ) { Put( Writer, pKey, Value ); } );
+    }
 };
 
-struct SLight final : CSettingsBlock
+struct SLight final : TSettingsBlock<SLight>
 {
-    bool Take( CZanStringView Key, CZanPersistentReader& Reader ) override
-    {
-        int32* const pPart = Key == "red" ? &Red : Key == "green" ? &Green : Key == "blue" ? &Blue : nullptr;
-        return pPart != nullptr && ReadNumber( Reader, *pPart );
-    }
-    void Write( CWriter& Writer ) override
-    {
-        WriteNumber( Writer, "red", Red );
-        WriteNumber( Writer, "green", Green );
-        WriteNumber( Writer, "blue", Blue );
-    }
+    void Visit( const auto& Field ) { Field( "red", Red ), Field( "green", Green ), Field( "blue", Blue ); }
 
     int32 Red = 0, Green = 0, Blue = 0;
 };
 
-struct SWindow final : CSettingsBlock
+struct SWindow final : TSettingsBlock<SWindow>
 {
-    bool Take( CZanStringView Key, CZanPersistentReader& Reader ) override
+    void Visit( const auto& Field )
     {
-        return ( Key == "title" && ReadText( Reader, Title ) ) ||
-               ( Key == "width" && ReadNumber( Reader, Width ) ) ||
-               ( Key == "height" && ReadNumber( Reader, Height ) ) ||
-               ( Key == "scale" && ReadNumber( Reader, Scale ) ) ||
-               ( Key == "background" && ReadBlock( Reader, Background ) );
-    }
-    void Write( CWriter& Writer ) override
-    {
-        WriteQuoted( Writer, "title", Title );
-        WriteNumber( Writer, "width", Width );
-        WriteNumber( Writer, "height", Height );
-        WriteNumber( Writer, "scale", Scale );
-        WriteKey( Writer, "background" );
-        Background.WriteBlock( Writer );
+        Field( "title", Title ), Field( "width", Width ), Field( "height", Height );
+        Field( "scale", Scale ), Field( "background", Background );
     }
 
     std::string Title;
@@ -153,20 +162,11 @@ struct SWindow final : CSettingsBlock
     SLight Background;
 };
 
-struct SLamp final : CSettingsBlock
+struct SLamp final : TSettingsBlock<SLamp>
 {
-    bool Take( CZanStringView Key, CZanPersistentReader& Reader ) override
+    void Visit( const auto& Field )
     {
-        return ( Key == "name" && ReadText( Reader, Name ) ) ||
-               ( Key == "power" && ReadNumber( Reader, Power ) ) ||
-               ( Key == "light" && ReadBlock( Reader, Light ) );
-    }
-    void Write( CWriter& Writer ) override
-    {
-        WriteQuoted( Writer, "name", Name );
-        WriteNumber( Writer, "power", Power );
-        WriteKey( Writer, "light" );
-        Light.WriteBlock( Writer );
+        Field( "name", Name ), Field( "power", Power ), Field( "light", Light );
     }
 
     std::string Name;
@@ -174,26 +174,12 @@ struct SLamp final : CSettingsBlock
     SLight Light;
 };
 
-struct SSettings final : CSettingsBlock
+struct SSettings final : TSettingsBlock<SSettings>
 {
-    bool Take( CZanStringView Key, CZanPersistentReader& Reader ) override
-    {
-        return ( Key == "window" && ReadBlock( Reader, Window ) ) ||
-               ( Key == "lamp" && ReadBlock( Reader, Lamps.emplace_back() ) );
-    }
-    void Write( CWriter& Writer ) override
-    {
-        WriteKey( Writer, "window" );
-        Window.WriteBlock( Writer );
-        for ( SLamp& Lamp : Lamps )
-        {
-            WriteKey( Writer, "lamp" );
-            Lamp.WriteBlock( Writer );
-        }
-    }
+    void Visit( const auto& Field ) { Field( "window", Window ), Field( "lamp", Lamps ); }
 
     SWindow Window;
-    std::vector<SLamp> Lamps;
+    std::vector<SLamp> Lamps; // a block for each
 };
 
 // --- Whole files -------------------------------------------------------------------------------------------
