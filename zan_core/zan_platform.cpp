@@ -26,6 +26,15 @@ std::uint64_t LoadWord( const char* pBytes )
     return Word;
 }
 
+/// The first and the last four bytes, which may overlap.
+std::uint64_t LoadEnds( const char* pBytes, std::size_t Size )
+{
+    std::uint32_t Ends[ 2 ];
+    std::memcpy( &Ends[ 0 ], pBytes, sizeof( Ends[ 0 ] ) );
+    std::memcpy( &Ends[ 1 ], pBytes + Size - sizeof( Ends[ 1 ] ), sizeof( Ends[ 1 ] ) );
+    return std::uint64_t( Ends[ 0 ] ) << 32 | Ends[ 1 ];
+}
+
 /// All bytes at once: those from 'A' to 'Z' get the bit of lower case.
 std::uint64_t ToLower( std::uint64_t Word )
 {
@@ -35,21 +44,21 @@ std::uint64_t ToLower( std::uint64_t Word )
     return Word | ( FromA & ~BehindZ & ~Word & 0x80 * EachByte ) >> 2;
 }
 
+bool IsEqual( std::uint64_t Left, std::uint64_t Right )
+{
+    return Left == Right || ToLower( Left ) == ToLower( Right ); // mostly of the same case
+}
+
 int ToLower( char Char )
 {
     const int Byte = static_cast<unsigned char>( Char );
     return Byte >= 'A' && Byte <= 'Z' ? Byte + ( 'a' - 'A' ) : Byte;
 }
-} // namespace
 
-int NZanPlatform::CompareIgnoreCase( const char* pLeft, const char* pRight, std::size_t Size )
+// By itself, because what is looked up is mostly equal and so needs none of the registers.
+[[gnu::noinline]] int CompareBytes( const char* pLeft, const char* pRight, std::size_t Size )
 {
-    constexpr std::size_t WordSize = sizeof( std::uint64_t );
-    std::size_t i = 0;
-    for ( ; Size - i >= WordSize && ToLower( LoadWord( pLeft + i ) ) == ToLower( LoadWord( pRight + i ) );
-          i += WordSize )
-    {}
-    for ( ; i < Size; ++i )
+    for ( std::size_t i = 0; i < Size; ++i )
     {
         const int Order = ToLower( pLeft[ i ] ) - ToLower( pRight[ i ] );
         if ( Order != 0 )
@@ -58,6 +67,27 @@ int NZanPlatform::CompareIgnoreCase( const char* pLeft, const char* pRight, std:
         }
     }
     return 0;
+}
+} // namespace
+
+int NZanPlatform::CompareIgnoreCase( const char* pLeft, const char* pRight, std::size_t Size )
+{
+    constexpr std::size_t WordSize = sizeof( std::uint64_t );
+    if ( Size < WordSize )
+    {
+        return Size >= WordSize / 2 && IsEqual( LoadEnds( pLeft, Size ), LoadEnds( pRight, Size ) )
+                   ? 0
+                   : CompareBytes( pLeft, pRight, Size );
+    }
+    const auto IsWordEqual = [ = ]( std::size_t At ) {
+        return IsEqual( LoadWord( pLeft + At ), LoadWord( pRight + At ) );
+    };
+    std::size_t i = 0;
+    for ( ; Size - i >= WordSize && IsWordEqual( i ); i += WordSize )
+    {}
+    return Size - i < WordSize && IsWordEqual( Size - WordSize ) // with some that are known to be equal
+               ? 0
+               : CompareBytes( pLeft + i, pRight + i, Size - i );
 }
 
 void NZanPlatform::WriteDebugOutput( const char* pText )

@@ -28,6 +28,7 @@ enum ECharClass : uint8
     ClassEnd = 4,     // reads as the end of the data
     ClassLine = 8,    // a line feed, which counts
     ClassQuoted = 16, // has a meaning in a quoted string
+    ClassComment = 32,
 
     EndsWord = ClassBlank | ClassToken | ClassEnd,
     EndsCommentRun = ClassLine | ClassEnd,
@@ -65,6 +66,8 @@ consteval SCharTables::SCharTables()
         Classes[ static_cast<uint8>( Blank ) ] = ClassBlank;
     }
     Classes[ 0 ] = Classes[ CFile::EndOfData ] = ClassEnd;
+    Classes[ uint8( '#' ) ] |= ClassComment;
+    Classes[ uint8( ';' ) ] |= ClassComment;
     Classes[ uint8( '\n' ) ] |= ClassLine;
     Classes[ uint8( '"' ) ] |= ClassQuoted;
     Classes[ uint8( '\\' ) ] |= ClassQuoted;
@@ -79,13 +82,11 @@ constexpr SCharTables CharTables;
 
 bool IsOf( uint8 Char, uint8 Classes ) { return ( CharTables.Classes[ Char ] & Classes ) != 0; }
 
+constexpr uint64 EachByte = 0x0101010101010101;
+
 int32 IsLineFeed( uint8 Char ) { return static_cast<int32>( Char == '\n' ); }
 
-// Eight characters at once, the first one in the lowest byte.
-
-constexpr uint64 EachByte = 0x0101010101010101;
-constexpr uint64 TopBits = 0x80 * EachByte;
-
+/// Eight characters, the first one in the lowest byte.
 uint64 LoadWord( const uint8* pBytes )
 {
     uint64 Word;
@@ -93,12 +94,15 @@ uint64 LoadWord( const uint8* pBytes )
     return std::endian::native == std::endian::big ? __builtin_bswap64( Word ) : Word;
 }
 
-/// Sets the top bits of the bytes that are Char, where no byte has it.
-uint64 MarkEqual( uint64 Low, uint8 Char ) { return ~( ( Low ^ Char * EachByte ) + ~TopBits ); }
+/// Sets the top bit of the first byte that is zero, and perhaps of some behind it.
+uint64 MarkZero( uint64 Word ) { return ( Word - EachByte ) & ~Word & 0x80 * EachByte; }
 
-uint32 MixFolded( uint32 Hash, uint8 Char )
+/// The same for the first character that ends a run.
+template <bool bQuoted>
+uint64 MarkStops( uint64 Word )
 {
-    return FNV1a::NDetail::MixByte( Hash, FNV1a::NDetail::FoldCase( Char ) );
+    const uint64 Marks = MarkZero( Word ) | MarkZero( ~Word ) | MarkZero( Word ^ '\n' * EachByte );
+    return bQuoted ? Marks | MarkZero( Word ^ '"' * EachByte ) | MarkZero( Word ^ '\\' * EachByte ) : Marks;
 }
 
 /// The end of the data, and not a character of this value.
@@ -137,6 +141,15 @@ void CLexer::PeekTok()
 
 // --- The sources -------------------------------------------------------------------------------------------
 
+/// A word, as it stands in the token or in the file.
+struct CTextLexer::SWord
+{
+    const char* pData;
+    int32 Size;
+    int32 ReadableSize; // with what follows in the file
+    uint32 Hash;        // see CTokenRegistry::ClassifyWord
+};
+
 class CTextLexer::CFileSource
 {
 public:
@@ -145,14 +158,18 @@ public:
     uint8 ReadChar() { return _File.ReadChar(); }
     void UngetChar() { _File.UngetChar( _File.GetLastChar() ); }
     bool IsGood( uint8 ) const { return _File.IsGood(); }
+    bool HasFailed() const { return !_File.IsGood(); }
     int32 GetLine() const { return _File.GetLine(); }
     int32 GetPosition() const { return _File.GetPosition(); }
     bool Seek( int32 Position ) { return _File.Seek( Position ); }
     bool Read( char* pBuffer, int32 Size ) { return _File.Read( pBuffer, static_cast<uint32>( Size ) ); }
 
-    void SkipBlanks() {}
-    int32 SkipRun( uint8 ) { return 0; }
-    void AppendWordRun( CText&, uint32& ) {}
+    SWord ReadWord( CText& Text, uint8 First );
+    template <bool bQuoted>
+    int32 SkipRun()
+    {
+        return 0;
+    }
     void Collect( uint8 Char );
     void StoreRowData( CRowData& RowData );
 
@@ -161,6 +178,73 @@ private:
     const bool _bCollect = GCollectRowData.load( std::memory_order_relaxed );
     SRowData _Collected;
 };
+
+/// Of a file without an error, in which a character that was pushed back is the one before the position. The
+/// file is brought up to date in the end. Does not collect row data.
+class CTextLexer::CMemorySource
+{
+public:
+    static bool IsFor( const CFile& File );
+
+    explicit CMemorySource( CMemoryFile& File )
+        : _File( File ), _pData( File.GetData() ), _Size( File.GetSize() ), _Position( File._Position ),
+          _NextLine( File._Line + IsLineFeed( File._LastChar ) ), _LastChar( File._LastChar ),
+          _bUnget( File._bUnget )
+    {}
+    ~CMemorySource();
+    CMemorySource( const CMemorySource& ) = delete;
+    CMemorySource& operator=( const CMemorySource& ) = delete;
+
+    uint8 ReadChar();
+    void UngetChar();
+    bool IsGood( uint8 LastChar ) const { return LastChar < CFile::EndOfData; } // spares a field
+    static constexpr bool HasFailed() { return false; }                         // but for the end of the data
+    int32 GetLine() const { return _NextLine - IsLineFeed( _LastChar ); }
+    int32 GetPosition() const { return _Position; }
+    bool Seek( int32 Position );
+    bool Read( char* pBuffer, int32 Size );
+
+    /// Reads the rest of a word and pushes the character behind it back.
+    SWord ReadWord( CText& Text, uint8 First );
+
+    /// Reads characters that mean nothing in a comment or in a quoted string, line feeds not among them, and
+    /// gives how many. No character may be pushed back.
+    template <bool bQuoted>
+    int32 SkipRun();
+
+    void Collect( uint8 ) {}
+    void StoreRowData( CRowData& ) {}
+
+private:
+    void MoveTo( int32 Position );
+
+    CMemoryFile& _File;
+    const uint8* const _pData;
+    const int32 _Size;
+    int32 _Position;
+    int32 _NextLine; // that of the next character: it counts when it is read
+    uint8 _LastChar;
+    bool _bUnget;
+};
+
+CTextLexer::SWord CTextLexer::CFileSource::ReadWord( CText& Text, uint8 First )
+{
+    Text.RemoveAll();
+    uint32 Hash = FNV1a::NDetail::Start;
+    uint8 Char = First;
+    do
+    {
+        Text.Append( static_cast<char>( Char ) );
+        Hash = FNV1a::NDetail::MixByte( Hash, FNV1a::NDetail::FoldCase( Char ) );
+        if ( !IsGood( Char ) )
+        {
+            return { Text.GetData(), Text.GetSize(), 0, Hash };
+        }
+        Char = ReadChar();
+    } while ( IsGood( Char ) && !IsOf( Char, ClassBlank | ClassToken ) && Text.GetSize() < MaxTextSize );
+    UngetChar();
+    return { Text.GetData(), Text.GetSize(), 0, Hash };
+}
 
 inline void CTextLexer::CFileSource::Collect( uint8 Char )
 {
@@ -178,51 +262,17 @@ inline void CTextLexer::CFileSource::StoreRowData( CRowData& RowData )
     }
 }
 
-/// Of a file without an error, which it brings up to date in the end. Leaves row data to the other.
-class CTextLexer::CMemorySource
+[[gnu::always_inline]] inline bool CTextLexer::CMemorySource::IsFor( const CFile& File )
 {
-public:
-    explicit CMemorySource( CMemoryFile& File )
-        : _File( File ), _pData( File.GetData() ), _Size( File.GetSize() ), _Position( File._Position ),
-          _NextLine( File._Line + IsLineFeed( File._LastChar ) ), _LastChar( File._LastChar ),
-          _bUnget( File._bUnget )
-    {}
-    ~CMemorySource();
-    CMemorySource( const CMemorySource& ) = delete;
-    CMemorySource& operator=( const CMemorySource& ) = delete;
-
-    uint8 ReadChar();
-    void UngetChar();
-    bool IsGood( uint8 LastChar ) const { return LastChar < CFile::EndOfData; } // spares a field
-    int32 GetLine() const { return _NextLine - IsLineFeed( _LastChar ); }
-    int32 GetPosition() const { return _Position; }
-    bool Seek( int32 Position );
-    bool Read( char* pBuffer, int32 Size );
-
-    /// Reads some of the blanks that follow.
-    void SkipBlanks();
-
-    /// Reads up to the first character of these classes, to which line feeds have to belong, and gives how
-    /// many it has read. No character may be pushed back.
-    int32 SkipRun( uint8 Classes );
-
-    /// Reads and appends characters of a word, leaving room for a terminator.
-    void AppendWordRun( CText& Text, uint32& Hash );
-
-    void Collect( uint8 ) {}
-    void StoreRowData( CRowData& ) {}
-
-private:
-    void MoveTo( int32 Position );
-
-    CMemoryFile& _File;
-    const uint8* const _pData;
-    const int32 _Size;
-    int32 _Position;
-    int32 _NextLine; // that of the next character: it counts when it is read
-    uint8 _LastChar;
-    bool _bUnget;
-};
+    if ( typeid( File ) != typeid( CMemoryFile ) || GCollectRowData.load( std::memory_order_relaxed ) )
+    {
+        return false;
+    }
+    const CMemoryFile& Memory = static_cast<const CMemoryFile&>( File );
+    const int32 Before = Memory._Position - 1;
+    return !Memory._bError && ( !Memory._bUnget || ( Before >= 0 && Before < Memory.GetSize() &&
+                                                       Memory.GetData()[ Before ] == Memory._LastChar ) );
+}
 
 [[gnu::always_inline]] inline CTextLexer::CMemorySource::~CMemorySource()
 {
@@ -237,18 +287,18 @@ private:
     if ( _bUnget )
     {
         _bUnget = false;
-        _NextLine += IsLineFeed( _LastChar );
-        return _LastChar;
     }
-    if ( _Position >= _Size ) [[unlikely]]
+    else if ( _Position < _Size ) [[likely]]
+    {
+        const uint8 Byte = _pData[ _Position++ ];
+        _LastChar = Byte != 0 ? Byte : CFile::EndOfData;
+    }
+    else
     {
         _Position += static_cast<int32>( _Position < std::numeric_limits<int32>::max() );
         _LastChar = CFile::EndOfData;
-        return _LastChar;
     }
-    const uint8 Byte = _pData[ _Position++ ];
-    _LastChar = Byte != 0 ? Byte : CFile::EndOfData;
-    _NextLine += IsLineFeed( Byte );
+    _NextLine += IsLineFeed( _LastChar );
     return _LastChar;
 }
 
@@ -279,81 +329,49 @@ inline bool CTextLexer::CMemorySource::Read( char* pBuffer, int32 Size )
     return true;
 }
 
-inline void CTextLexer::CMemorySource::SkipBlanks()
+[[gnu::always_inline]] inline CTextLexer::SWord CTextLexer::CMemorySource::ReadWord( CText&, uint8 First )
 {
-    if ( _Size - _Position < int32( sizeof( uint64 ) ) )
+    const uint8* const pFirst = _pData + _Position - 1;
+    const int32 ReadableSize = std::min( _Size - _Position, MaxTextSize - 1 ) + 1;
+    uint32 Hash = FNV1a::NDetail::MixByte( FNV1a::NDetail::Start, CharTables.FoldedWordChars[ First ] );
+    const uint8* const pEnd = pFirst + ReadableSize;
+    const uint8* pNext = pFirst + 1;
+    for ( uint8 Folded; pNext != pEnd && ( Folded = CharTables.FoldedWordChars[ *pNext ] ) != 0; ++pNext )
     {
-        return;
+        Hash = FNV1a::NDetail::MixByte( Hash, Folded );
     }
-    const uint64 Word = LoadWord( _pData + _Position );
-    const uint64 Low = Word & ~TopBits;
-    const uint64 Controls = ( Low + ( 128 - '\t' ) * EachByte ) & ~( Low + ( 128 - '\r' - 1 ) * EachByte );
-    const uint64 Others = ~( ( Controls | MarkEqual( Low, ' ' ) ) & ~Word ) & TopBits;
-    const int32 Count = Others != 0 ? std::countr_zero( Others ) / 8 : 8;
-    const uint64 Blanks = Others != 0 ? Others ^ ( Others - 1 ) : ~uint64( 0 );
-    if ( Count > 0 )
-    {
-        _NextLine += std::popcount( MarkEqual( Low, '\n' ) & ~Word & TopBits & Blanks );
-        _LastChar = _pData[ _Position + Count - 1 ];
-        _Position += Count;
-    }
+    const int32 Size = static_cast<int32>( pNext - pFirst );
+    _Position += Size - 1;
+    ReadChar();
+    UngetChar();
+    return { reinterpret_cast<const char*>( pFirst ), Size, ReadableSize, Hash };
 }
 
-[[gnu::always_inline]] inline int32 CTextLexer::CMemorySource::SkipRun( uint8 Classes )
+template <bool bQuoted>
+inline int32 CTextLexer::CMemorySource::SkipRun()
 {
     const int32 Start = _Position;
     int32 End = Start;
-    while ( End < _Size && !IsOf( _pData[ End ], Classes ) )
+    while ( _Size - End >= int32( sizeof( uint64 ) ) )
+    {
+        const uint64 Marks = MarkStops<bQuoted>( LoadWord( _pData + End ) );
+        if ( Marks != 0 )
+        {
+            End += std::countr_zero( Marks ) / 8;
+            break;
+        }
+        End += int32( sizeof( uint64 ) );
+    }
+    while ( End < _Size && !IsOf( _pData[ End ], bQuoted ? EndsQuotedRun : EndsCommentRun ) )
     {
         ++End;
     }
-    MoveTo( End );
+    if ( End > Start )
+    {
+        _LastChar = _pData[ End - 1 ];
+        _Position = End;
+    }
     return End - Start;
-}
-
-[[gnu::always_inline]] inline void CTextLexer::CMemorySource::AppendWordRun( CText& Text, uint32& Hash )
-{
-    const int32 OldSize = Text.GetSize();
-    const int32 Limit = std::min( _Size - _Position, MaxTextSize - OldSize );
-    const uint8* const pRun = _pData + _Position;
-    int32 Count = 0;
-    for ( ; Count < Limit; ++Count )
-    {
-        const uint8 Folded = CharTables.FoldedWordChars[ pRun[ Count ] ];
-        if ( Folded == 0 )
-        {
-            break;
-        }
-        Hash = FNV1a::NDetail::MixByte( Hash, Folded );
-    }
-    if ( Count > 0 )
-    {
-        constexpr int32 Chunk = 16;
-        Text.Reserve( OldSize + std::max( Count + 1, Chunk ) );
-        Text.SetSizeNoInit( OldSize + Count );
-        if ( Count < Chunk && Limit >= Chunk )
-        {
-            // Without a call, and if it can be together with the first character: words that were written
-            // in two parts and are read as one have to wait for the processor to join them.
-            const int32 Back = OldSize == 1 && _Position > 0 && pRun[ -1 ] == uint8( Text[ 0 ] ) ? 1 : 0;
-            std::memcpy( Text.GetData() + OldSize - Back, pRun - Back, Chunk );
-        }
-        else
-        {
-            std::memcpy( Text.GetData() + OldSize, pRun, static_cast<size_t>( Count ) );
-        }
-        MoveTo( _Position + Count );
-    }
-}
-
-/// Reads up to a later position without a line feed before it, or stays.
-[[gnu::always_inline]] inline void CTextLexer::CMemorySource::MoveTo( int32 Position )
-{
-    if ( Position > _Position )
-    {
-        _LastChar = _pData[ Position - 1 ];
-        _Position = Position;
-    }
 }
 
 // --- CTextLexer --------------------------------------------------------------------------------------------
@@ -365,20 +383,19 @@ template <typename TSource>
     uint8 Char = Source.ReadChar();
     for ( ;; )
     {
-        while ( IsOf( Char, ClassBlank ) && Source.IsGood( Char ) )
+        while ( IsOf( Char, ClassBlank ) && !Source.HasFailed() )
         {
             Source.Collect( Char );
-
             Char = Source.ReadChar();
         }
-        if ( CharTables.Tokens[ Char ] != NToken::Comment )
+        if ( !IsOf( Char, ClassComment ) ) [[likely]]
         {
             break;
         }
         do
         {
             Source.Collect( Char );
-            Source.SkipRun( EndsCommentRun );
+            Source.template SkipRun<false>();
             Char = Source.ReadChar();
         } while ( Char != '\n' && Source.IsGood( Char ) );
         if ( !IsEnd( Source, Char ) )
@@ -391,73 +408,8 @@ template <typename TSource>
     return Char;
 }
 
-/// An operator of one character is in the token, which becomes Longer with a '=' behind it.
-template <typename TSource>
-[[gnu::always_inline]] inline void CTextLexer::ReadOperator( TSource& Source, uint32 Longer )
-{
-    if ( Source.ReadChar() == '=' )
-    {
-        _Tok._Text.Append( '=' );
-        _Tok._Type = Longer;
-    }
-    else
-    {
-        Source.UngetChar();
-    }
-}
-
-template <typename TSource>
-[[gnu::always_inline]] inline void CTextLexer::ReadWord( TSource& Source, uint8 First )
-{
-    CText& Text = _Tok._Text;
-    uint32 Hash = MixFolded( FNV1a::NDetail::Start, First );
-    uint8 Char = First;
-    while ( Source.IsGood( Char ) && Text.GetSize() < MaxTextSize )
-    {
-        Source.AppendWordRun( Text, Hash );
-        Char = Source.ReadChar();
-        if ( !Source.IsGood( Char ) || IsOf( Char, ClassBlank | ClassToken ) )
-        {
-            Source.UngetChar();
-            break;
-        }
-        Text.Append( static_cast<char>( Char ) );
-        Hash = MixFolded( Hash, Char );
-    }
-    const CZanStringView Word( Text.GetData(), Text.GetSize() );
-    _Tok._Type = NToken::NDetail::AccessTokenRegistry().ClassifyWord( Hash, Word );
-}
-
-/// Of a quoted string only the quote, for ReadQuoted to go on.
-template <typename TSource, typename TFile>
-[[gnu::always_inline]] inline bool CTextLexer::ReadToken( TFile& File )
-{
-    TSource Source( File );
-    const uint8 First = SkipToToken( Source );
-    if ( IsEnd( Source, First ) )
-    {
-        _Tok.Reset();
-        return false;
-    }
-    _Tok._Type = CharTables.Tokens[ First ];
-    _Tok._bExplicitString = false;
-    _Tok._Value = 0;
-    _Tok._Text.RemoveAll();
-    _Tok._Text.Append( static_cast<char>( First ) );
-    if ( _Tok._Type == NToken::None )
-    {
-        ReadWord( Source, First );
-    }
-    else if ( CharTables.TokensWithAssign[ First ] != NToken::None )
-    {
-        ReadOperator( Source, CharTables.TokensWithAssign[ First ] );
-    }
-    _Tok._Text.Append( '\0' );
-    return true;
-}
-
-/// The opening quote is in the token. The first pass finds the end and the backslashes to leave out, the
-/// second one copies what is between them.
+/// Reads a quoted string behind its opening quote. The first pass finds the end and the backslashes to leave
+/// out, the second one copies what is between them.
 template <typename TSource, typename TFile>
 [[gnu::noinline]] void CTextLexer::ReadQuoted( TFile& File )
 {
@@ -471,7 +423,7 @@ template <typename TSource, typename TFile>
     {
         if ( Previous != '\\' )
         {
-            PieceSize += Source.SkipRun( EndsQuotedRun );
+            PieceSize += Source.template SkipRun<true>();
         }
         Char = Source.ReadChar();
         if ( !Source.IsGood( Char ) || ( Char == '"' && Previous != '\\' ) )
@@ -513,21 +465,99 @@ template <typename TSource, typename TFile>
     _Tok._bExplicitString = true;
 }
 
+[[gnu::always_inline]] inline void CTextLexer::SetWord( const SWord& Word )
+{
+    constexpr int32 Chunk = 16;
+    CText& Text = _Tok._Text;
+    if ( Word.Size <= Chunk && Word.ReadableSize >= Chunk )
+    {
+        Text.SetSizeNoInit( Chunk + 1 );
+        std::memcpy( Text.GetData(), Word.pData, Chunk ); // without a call
+    }
+    else if ( Word.ReadableSize > 0 )
+    {
+        Text.SetSizeNoInit( Word.Size );
+        std::memcpy( Text.GetData(), Word.pData, static_cast<size_t>( Word.Size ) );
+    }
+    Text.SetSizeNoInit( Word.Size + 1 );
+    Text[ Word.Size ] = '\0';
+}
+
+/// All that is read of the file comes first, with its state at hand; then the token is made.
+template <typename TSource, typename TFile>
+[[gnu::always_inline]] inline bool CTextLexer::ReadToken( TFile& File )
+{
+    CText& Text = _Tok._Text;
+    uint32 Token;
+    uint8 First;
+    bool bEnd;
+    bool bAssign = false;
+    SWord Word = {};
+    {
+        TSource Source( File );
+        First = SkipToToken( Source );
+        bEnd = IsEnd( Source, First );
+        Token = CharTables.Tokens[ First ];
+        if ( Token == NToken::None )
+        {
+            if ( !bEnd )
+            {
+                Word = Source.ReadWord( Text, First );
+            }
+        }
+        else if ( CharTables.TokensWithAssign[ First ] != NToken::None )
+        {
+            bAssign = Source.ReadChar() == '=';
+            if ( !bAssign )
+            {
+                Source.UngetChar();
+            }
+        }
+    }
+    if ( bEnd )
+    {
+        _Tok.Reset();
+        return false;
+    }
+    _Tok._bExplicitString = false;
+    _Tok._Value = 0;
+    if ( Token == NToken::None )
+    {
+        _Tok._Type = NToken::NDetail::AccessTokenRegistry().ClassifyWord(
+            Word.Hash, CZanStringView( Word.pData, Word.Size ) );
+        SetWord( Word );
+    }
+    else if ( Token == NToken::Quote )
+    {
+        ReadQuoted<TSource>( File );
+    }
+    else
+    {
+        _Tok._Type = bAssign ? CharTables.TokensWithAssign[ First ] : Token;
+        Text.SetSizeNoInit( bAssign ? 3 : 2 );
+        char* const pText = Text.GetData();
+        pText[ 0 ] = static_cast<char>( First );
+        pText[ 1 ] = bAssign ? '=' : '\0';
+        pText[ bAssign ? 2 : 1 ] = '\0';
+    }
+    return true;
+}
+
 template <typename TSource, typename TFile>
 [[gnu::always_inline]] inline bool CTextLexer::GetTok( TFile& File )
 {
     const int64 Start = File.GetPosition();
     const bool bFound = ReadToken<TSource>( File );
-    if ( _Tok._Type == NToken::Quote )
-    {
-        ReadQuoted<TSource>( File );
-    }
+    const int64 Moved = File.GetPosition() - Start;
+    const int64 TextSize = bFound ? _Tok._Text.GetSize() - 1 : 0;
+    _BytesRead += static_cast<uint64>( Moved );
     // A character that was pushed back has been counted by then: this may wrap, the sum is right.
-    const uint64 Moved = static_cast<uint64>( File.GetPosition() - Start );
-    _BytesRead += Moved;
-    _BytesOutsideTokens += Moved - static_cast<uint64>( _Tok.GetView().GetSize() );
+    _BytesOutsideTokens += static_cast<uint64>( Moved - TextSize );
     return bFound;
 }
+
+// By itself, so that the compiler has all registers for files in memory.
+[[gnu::noinline]] bool CTextLexer::GetTokOfAnyFile() { return GetTok<CFileSource>( *_pFile ); }
 
 bool CTextLexer::GetTok()
 {
@@ -536,15 +566,11 @@ bool CTextLexer::GetTok()
         _bPeeked = false;
         return _PeekResult;
     }
-    if ( typeid( *_pFile ) == typeid( CMemoryFile ) && !GCollectRowData.load( std::memory_order_relaxed ) )
+    if ( CMemorySource::IsFor( *_pFile ) )
     {
-        CMemoryFile& File = static_cast<CMemoryFile&>( *_pFile );
-        if ( !File._bError )
-        {
-            return GetTok<CMemorySource>( File );
-        }
+        return GetTok<CMemorySource>( static_cast<CMemoryFile&>( *_pFile ) );
     }
-    return GetTok<CFileSource>( *_pFile );
+    return GetTokOfAnyFile();
 }
 
 CString CTextLexer::ReadUntil( char Stop )

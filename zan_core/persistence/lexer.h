@@ -90,9 +90,11 @@ private:
     using CText = decltype( SToken::_Text );
     static constexpr int32 MaxTextSize = 0x7ffffffe; // a longer word is cut
 
+    struct SWord;
     class CFileSource;
     class CMemorySource;
 
+    bool GetTokOfAnyFile();
     template <typename TSource, typename TFile>
     bool GetTok( TFile& File );
     template <typename TSource, typename TFile>
@@ -101,9 +103,6 @@ private:
     void ReadQuoted( TFile& File );
     template <typename TSource>
     uint8 SkipToToken( TSource& Source );
-    template <typename TSource>
-    void ReadOperator( TSource& Source, uint32 Longer );
-    template <typename TSource>
-    void ReadWord( TSource& Source, uint8 First );
+    void SetWord( const SWord& Word );
     void ReportBackslash( int32 Line ) const;
 };

@@ -116,19 +116,14 @@ const CString& CTokenRegistry::GetText( int32 Token )
     return _DynamicTokens[ Token - _LastStaticToken - 1 ]->_Text;
 }
 
-uint32 CTokenRegistry::ClassifyWord( uint32 Hash, CZanStringView Word )
+uint32 CTokenRegistry::ClassifyText( uint32 Hash, CZanStringView Word )
 {
-    const auto IsNumeric = []( char Char ) { return ( Char >= '0' && Char <= '9' ) || Char == '-'; };
-    if ( IsNumeric( Word[ 0 ] ) ) // whatever the rest is
-    {
-        return Number;
-    }
     const int32 Token = FindHashed( Hash, Word );
     if ( Token != Number )
     {
         return Token == FirstBoolean || Token == SecondBoolean ? Boolean : static_cast<uint32>( Token );
     }
-    const auto IsPartOfNumber = [ & ]( char Char ) { return IsNumeric( Char ) || Char == '.'; };
+    const auto IsPartOfNumber = []( char Char ) { return IsNumeric( Char ) || Char == '.'; };
     return std::all_of( Word.GetIterStart(), Word.GetIterEnd(), IsPartOfNumber ) ? Number : String;
 }
 

@@ -47,7 +47,10 @@ public:
     /// The number of a word of the text form: that of a keyword or registered token, Boolean for two of the
     /// keywords, Number for what looks like one, or String. Hash is FNV1a::HashIgnoreCase of the word, which
     /// may not be empty. Takes no lock while no token has been registered.
-    uint32 ClassifyWord( uint32 Hash, CZanStringView Word );
+    uint32 ClassifyWord( uint32 Hash, CZanStringView Word )
+    {
+        return IsNumeric( Word[ 0 ] ) ? uint32( Number ) : ClassifyText( Hash, Word ); // whatever the rest is
+    }
 
 private:
     struct STextNumber
@@ -78,6 +81,8 @@ private:
 
     using CTable = CZanRobinHoodTable<STextNumber, SGetText, STextHash, STextEqual>;
 
+    static bool IsNumeric( char Char ) { return ( Char >= '0' && Char <= '9' ) || Char == '-'; }
+    uint32 ClassifyText( uint32 Hash, CZanStringView Word );
     void BuildOnce();
     void Build();
     void FillTables();
