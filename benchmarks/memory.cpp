@@ -1,4 +1,6 @@
 #include "benchmarks/zan_bench_data.h"
+#include "zan_core/memory/zan_fixed_allocator.h"
+#include "zan_core/memory/zan_linear_allocator.h"
 #include "zan_core/memory/zan_pool_allocator.h"
 #include "zan_core/zan_types.h"
 
@@ -12,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <memory_resource>
 #include <string>
 #include <thread>
 #include <utility>
@@ -206,6 +209,77 @@ SZanBenchContender OnTwoThreads( const char* pName, const std::vector<size_t>& O
             } };
 }
 
+/// A frame's worth of objects, in memory that is there before. Not inlined, as a program has its allocator by
+/// reference too.
+template <typename TAllocate, typename TReset>
+[[gnu::noinline]] void FillFrames( benchmark::State& State, TAllocate Allocate, TReset Reset )
+{
+    for ( auto _ : State )
+    {
+        for ( size_t i = 0; i < ItemCount; ++i )
+        {
+            void* const pItem = Allocate();
+            std::memcpy( pItem, &pItem, sizeof( pItem ) );
+        }
+        benchmark::ClobberMemory();
+        Reset();
+    }
+}
+
+template <size_t Size>
+void AddLinearRow()
+{
+    constexpr size_t BufferSize = ItemCount * Size + 64;
+    ZanBench( "linear, " + std::to_string( Size ) + " B",
+        { { "ours",
+              []( benchmark::State& State ) {
+                  CZanLinearAllocator Allocator( BufferSize );
+                  FillFrames(
+                      State, [ & ] { return Allocator.Allocate( Size, 8 ); }, [ & ] { Allocator.Reset(); } );
+              } },
+            { "pmr::monotonic_buffer_resource",
+                []( benchmark::State& State ) {
+                    std::vector<std::byte> Buffer( BufferSize );
+                    std::pmr::monotonic_buffer_resource Resource( Buffer.data(), BufferSize );
+                    FillFrames(
+                        State, [ & ] { return Resource.allocate( Size, 8 ); },
+                        [ & ] { Resource.release(); } );
+                } } },
+        0.6 );
+}
+
+/// Frees a random one of the live blocks and allocates another size for it, again and again.
+template <typename TAllocate, typename TFree>
+void ReplaceBlocks( benchmark::State& State, TAllocate Allocate, TFree Free )
+{
+    const auto CalcSize = []( uint32 Index ) { return 16 + NZanBench::Scramble( Index ) % 113; };
+    std::vector<void*> Blocks( ItemCount );
+    uint32 Index = 0;
+    std::generate( Blocks.begin(), Blocks.end(), [ & ] { return Allocate( CalcSize( Index++ ) ); } );
+    for ( auto _ : State )
+    {
+        void*& pBlock = Blocks[ NZanBench::Scramble( ++Index ) % ItemCount ];
+        Free( pBlock );
+        pBlock = Allocate( CalcSize( ~Index ) );
+        std::memcpy( pBlock, &pBlock, sizeof( pBlock ) );
+    }
+    std::for_each( Blocks.begin(), Blocks.end(), Free );
+}
+
+void AddFixedRow()
+{
+    ZanBench( "fixed, 1,000 live blocks of 16 to 128 B, random free",
+        { { "ours",
+              []( benchmark::State& State ) {
+                  CZanFixedAllocator Allocator( ItemCount * 256 );
+                  ReplaceBlocks(
+                      State, [ & ]( uint64 Size ) { return Allocator.Allocate( Size, 8 ); },
+                      [ & ]( void* pBlock ) { Allocator.Free( pBlock ); } );
+              } },
+            { "malloc",
+                []( benchmark::State& State ) { ReplaceBlocks( State, &std::malloc, &std::free ); } } } );
+}
+
 template <size_t Size>
 void AddRows()
 {
@@ -236,4 +310,9 @@ void RegisterRows()
     AddRows<16>();
     AddRows<64>();
     AddRows<256>();
+    AddLinearRow<16>();
+    AddLinearRow<32>();
+    AddLinearRow<64>();
+    AddLinearRow<128>();
+    AddFixedRow();
 }

@@ -99,6 +99,7 @@ public:
     TSize GetSize() const { return _Size; }
     TSize GetCapacity() const { return _Capacity; }
     bool IsEmpty() const { return _Size == 0; }
+    CZanAllocator& GetAllocator() const { return *_pAllocator; }
     int32 GetByteSize() const { return static_cast<int32>( CalcBytes( _Size ) ); }
     int32 GetAllocationByteSize() const { return static_cast<int32>( CalcBytes( _Capacity ) ); }
 

@@ -1,0 +1,238 @@
+#include "zan_core/memory/zan_fixed_allocator.h"
+#include "zan_core/zan_assert.h"
+#include "zan_test/include/zan_test_catch.h"
+#include "zan_test/include/zan_test_logger.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <map>
+#include <random>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+using namespace NZanTestUtils;
+
+namespace
+{
+constexpr uint32 Alignments[] = { 1, 2, 4, 8, 16, 32, 64, 256, 4096, 32768 };
+
+/// The allocator as a map of its buffer: what is free, by offset and size, first fit.
+class CFixedModel
+{
+public:
+    CFixedModel( uint64 Base, uint64 Size ) : _Base( Base ), _Free{ { 0, Size } } {}
+
+    /// The address, or 0 when there is no room.
+    uint64 Allocate( uint64 Size, uint64 Alignment )
+    {
+        for ( const auto& [ Start, Room ] : _Free )
+        {
+            const uint64 Address = ( _Base + Start + 16 + Alignment - 1 ) / Alignment * Alignment;
+            const uint64 Total = Address + Size - _Base - Start;
+            if ( Total <= Room )
+            {
+                const uint64 Rest = Room - Total > 16 ? Room - Total : 0;
+                _Used[ Address ] = { Start, Room - Rest };
+                const uint64 RestStart = Start + Total;
+                _Free.erase( Start );
+                if ( Rest > 0 )
+                {
+                    _Free[ RestStart ] = Rest;
+                }
+                return Address;
+            }
+        }
+        return 0;
+    }
+
+    void Free( uint64 Address )
+    {
+        const auto Range = _Used.extract( Address ).mapped();
+        auto iRange = _Free.insert( Range ).first;
+        const auto Merge = [ & ]( auto iLeft, auto iRight ) {
+            if ( iLeft->first + iLeft->second == iRight->first )
+            {
+                iLeft->second += iRight->second;
+                _Free.erase( iRight );
+            }
+        };
+        if ( std::next( iRange ) != _Free.end() )
+        {
+            Merge( iRange, std::next( iRange ) );
+        }
+        if ( iRange != _Free.begin() )
+        {
+            Merge( std::prev( iRange ), iRange );
+        }
+    }
+
+    bool Matches( const CZanFixedAllocator& Allocator ) const
+    {
+        uint64 UsedBytes = 0;
+        for ( const auto& [ Address, Range ] : _Used )
+        {
+            UsedBytes += Range.second;
+        }
+        return Allocator.CheckInvariants() && Allocator.CalcFreeRangeCount() == _Free.size() &&
+               Allocator.GetUsedBytes() == UsedBytes && Allocator.GetAllocationCount() == _Used.size();
+    }
+
+private:
+    uint64 _Base;
+    std::map<uint64, uint64> _Free;                    // size by offset
+    std::map<uint64, std::pair<uint64, uint64>> _Used; // offset and size by address
+};
+
+uint64 GetAddress( const void* pData ) { return reinterpret_cast<std::uintptr_t>( pData ); }
+} // namespace
+
+TEST_CASE( "CZanFixedAllocator takes and returns all of its buffer", "[allocator][fixed_allocator]" )
+{
+    for ( const uint64 Size : { 16u, 17u, 256u } )
+    {
+        CZanFixedAllocator Allocator( Size );
+        CLogCapture Log;
+        REQUIRE( Allocator.Allocate( Size, 1 ) == nullptr );
+        for ( const uint32 Alignment : { 1u, 16u } )
+        {
+            void* const pData = Allocator.Allocate( Size - 16, Alignment );
+            REQUIRE(
+                ( pData != nullptr && Allocator.GetUsedBytes() == Size && Allocator.CheckInvariants() ) );
+            REQUIRE( ( Allocator.CalcFreeRangeCount() == 0 && Allocator.Allocate( 0, 1 ) == nullptr ) );
+            Allocator.Free( pData );
+            Allocator.Free( nullptr );
+            REQUIRE( ( Allocator.CalcFreeRangeCount() == 1 && Allocator.GetAllocationCount() == 0 ) );
+        }
+    }
+    REQUIRE( CZanFixedAllocator( 0 ).Allocate( 0, 1 ) == nullptr );
+    REQUIRE( CZanFixedAllocator( 15 ).CheckInvariants() );
+}
+
+TEST_CASE( "CZanFixedAllocator reports what it cannot do", "[allocator][fixed_allocator]" )
+{
+    CZanFixedAllocator Allocator( 256 );
+    static std::vector<std::string> Failures;
+    Failures.clear();
+    const auto pFormer = NZanAssert::SetFailureHook(
+        []( const char* pText, const char*, int32, bool ) { Failures.emplace_back( pText ); } );
+    constexpr uint64 Max = std::numeric_limits<uint64>::max();
+    for ( const uint64 Size : { uint64{ 241 }, Max - 32, Max - 15, Max } )
+    {
+        REQUIRE( Allocator.Allocate( Size, 16 ) == nullptr );
+    }
+    for ( const uint32 Alignment : { 0u, 24u, 65536u, 0x80000000u } )
+    {
+        REQUIRE( Allocator.Allocate( 1, Alignment ) == nullptr );
+    }
+    std::vector<std::string> Expected( 4, "Out of (fixed) memory" );
+    Expected.resize( 8, "Alignment of a fixed allocator's block is no power of two up to 32768" );
+    REQUIRE( Failures == Expected );
+    REQUIRE( ( Allocator.GetAllocationCount() == 0 && Allocator.Allocate( 240, 1 ) != nullptr ) );
+    NZanAssert::SetFailureHook( pFormer );
+}
+
+TEST_CASE( "CZanFixedAllocator joins neighbours freed in any order", "[allocator][fixed_allocator]" )
+{
+    std::vector<size_t> Order = { 0, 1, 2 };
+    do
+    {
+        CZanFixedAllocator Allocator( 1000 );
+        void* pBlocks[ 3 ];
+        std::generate(
+            std::begin( pBlocks ), std::end( pBlocks ), [ & ] { return Allocator.Allocate( 13, 1 ); } );
+        for ( const size_t Index : Order )
+        {
+            Allocator.Free( pBlocks[ Index ] );
+            REQUIRE( Allocator.CheckInvariants() );
+        }
+        REQUIRE( ( Allocator.CalcFreeRangeCount() == 1 && Allocator.GetUsedBytes() == 0 ) );
+    } while ( std::next_permutation( Order.begin(), Order.end() ) );
+}
+
+TEST_CASE( "CZanFixedAllocator does what a map of its buffer does", "[allocator][fixed_allocator]" )
+{
+    struct SBlock
+    {
+        uint8* _pData;
+        uint64 _Size;
+        uint8 _Mark;
+    };
+    CLogCapture Log;
+    std::mt19937 Random( 7 );
+    const auto [ Size, MaxSize ] =
+        GENERATE( table<uint64, uint32>( { { 300, 20 }, { 5000, 400 }, { 80000, 1500 } } ) );
+    CZanFixedAllocator Allocator( Size );
+    void* const pFirst = Allocator.Allocate( 0, 1 );
+    CFixedModel Model( GetAddress( pFirst ) - 16, Size );
+    Allocator.Free( pFirst );
+
+    std::vector<SBlock> Blocks;
+    bool bRight = true;
+    for ( uint32 i = 0; i < 4000 && bRight; ++i )
+    {
+        if ( Blocks.empty() || Random() % 100 < ( i / 500 % 2 == 0 ? 70u : 35u ) )
+        {
+            const uint64 BlockSize = Random() % MaxSize;
+            const uint32 Alignment = Alignments[ Random() % ( Random() % std::size( Alignments ) + 1 ) ];
+            auto* const pData = static_cast<uint8*>( Allocator.Allocate( BlockSize, Alignment ) );
+            bRight = Model.Allocate( BlockSize, Alignment ) == GetAddress( pData );
+            if ( pData != nullptr )
+            {
+                Blocks.push_back( { pData, BlockSize, static_cast<uint8>( i ) } );
+                std::memset( pData, Blocks.back()._Mark, BlockSize );
+            }
+        }
+        else
+        {
+            std::swap( Blocks[ Random() % Blocks.size() ], Blocks.back() );
+            const SBlock Block = Blocks.back();
+            Blocks.pop_back();
+            const auto Count = std::count( Block._pData, Block._pData + Block._Size, Block._Mark );
+            bRight = static_cast<uint64>( Count ) == Block._Size;
+            Allocator.Free( Block._pData );
+            Model.Free( GetAddress( Block._pData ) );
+        }
+        bRight = bRight && Model.Matches( Allocator );
+    }
+    REQUIRE( bRight );
+}
+
+TEST_CASE( "CZanFixedAllocator serves several threads", "[allocator][fixed_allocator]" )
+{
+    CZanFixedAllocator Allocator( 100000 );
+    const auto Use = [ & ] {
+        for ( uint32 i = 0; i < 2000; ++i )
+        {
+            void* const pBlocks[] = { Allocator.Allocate( i % 50, 8 ), Allocator.Allocate( 40, 1 ) };
+            std::memset( pBlocks[ 1 ], 1, 40 );
+            Allocator.Free( pBlocks[ 0 ] );
+            Allocator.Free( pBlocks[ 1 ] );
+        }
+    };
+    std::thread Other( Use );
+    Use();
+    Other.join();
+    REQUIRE( ( Allocator.CheckInvariants() && Allocator.CalcFreeRangeCount() == 1 ) );
+}
+
+#if defined( ZAN_CHECK_PRECONDITIONS )
+
+TEST_CASE( "CZanFixedAllocator reports what it cannot free", "[allocator][fixed_allocator]" )
+{
+    CLogCapture Log;
+    CZanFixedAllocator Allocator( 256 );
+    void* const pBlock = Allocator.Allocate( 20, 1 );
+    Allocator.Free( pBlock );
+    Allocator.Free( pBlock );
+    Allocator.Free( &Log );
+    REQUIRE(
+        Log.GetOnlyMessage() == "Assertion failed: Free of a pointer that is no block of this allocator\n" );
+    REQUIRE( ( Allocator.CheckInvariants() && Allocator.GetAllocationCount() == 0 ) );
+}
+
+#endif
