@@ -71,7 +71,8 @@ std::string List( const TRange& Range )
     std::string Text;
     for ( const auto& Object : Range )
     {
-        Text += ( Text.empty() ? "" : " " ) + NameOf( Object );
+        Text += Text.empty() ? "" : " ";
+        Text += NameOf( Object );
     }
     return Text;
 }
@@ -82,7 +83,8 @@ struct SRecorder
     ESearchResult operator()( const auto& Object, int32 Depth )
     {
         const std::string Name = NameOf( Object );
-        _Text += ( _Text.empty() ? "" : " " ) + Name + std::to_string( Depth );
+        _Text += _Text.empty() ? "" : " ";
+        _Text += Name + std::to_string( Depth );
         return Name == _Stop                         ? ESearchResult::Stop
                : Name == _Skip || Depth >= _MaxDepth ? ESearchResult::Skip
                                                      : ESearchResult::Continue;
