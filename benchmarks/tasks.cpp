@@ -147,4 +147,10 @@ void AddDequeRows()
 }
 } // namespace
 
-void RegisterRows() { AddDequeRows(); }
+#include "benchmarks/tasks_scheduler.inc"
+
+void RegisterRows()
+{
+    AddDequeRows();
+    AddSchedulerRows();
+}

@@ -22,6 +22,10 @@ install( FILES
 )
 
 # The prefix is where the file lies, so that the installed tree may be moved.
+set( ZanPcBoost "" ) # nothing, where the compiler looks anyway
+if( NOT Boost_INCLUDE_DIR IN_LIST CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES )
+    set( ZanPcBoost "-I${Boost_INCLUDE_DIR} " )
+endif()
 file( RELATIVE_PATH ZanPcToPrefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig / )
 configure_file( ${PROJECT_SOURCE_DIR}/cmake/zan_core.pc.in ${PROJECT_BINARY_DIR}/zan_core.pc @ONLY )
 install( FILES ${PROJECT_BINARY_DIR}/zan_core.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig )

@@ -7,7 +7,7 @@ packages=(g++ cmake ninja-build ccache pkg-config catch2 libboost1.81-dev clang-
 for argument in "$@"; do
     case $argument in
     --ci) packages+=(clang clang-tidy libclang-rt-14-dev) ;;
-    --bench) packages+=(libbenchmark-dev libabsl-dev libmimalloc-dev robin-map-dev rapidjson-dev) ;;
+    --bench) packages+=(libbenchmark-dev libabsl-dev libmimalloc-dev robin-map-dev rapidjson-dev libtbb-dev) ;;
     *)
         echo "setup.sh: unknown argument $argument" >&2
         exit 2

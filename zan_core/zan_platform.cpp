@@ -6,7 +6,10 @@
 
 #if defined( __unix__ ) || defined( __APPLE__ )
 #include <sched.h>
+#include <sys/syscall.h>
 #include <syslog.h>
+#include <time.h>
+#include <unistd.h>
 #else
 #error "zan_platform: this system's services are not written yet"
 #endif
@@ -106,6 +109,44 @@ NZanPlatform::FDebugOutput NZanPlatform::SetDebugOutput( FDebugOutput pSink )
 }
 
 void NZanPlatform::YieldThread() { sched_yield(); }
+
+void NZanPlatform::SetThreadName( const char* pName )
+{
+    if ( pName == nullptr )
+    {
+        return;
+    }
+#if defined( __APPLE__ )
+    pthread_setname_np( pName );
+#else
+    char Name[ 16 ] = {}; // longer ones are refused
+    std::memcpy( Name, pName, ::strnlen( pName, sizeof( Name ) - 1 ) );
+    pthread_setname_np( pthread_self(), Name );
+#endif
+}
+
+uint32 NZanPlatform::GetThreadId()
+{
+#if defined( __APPLE__ )
+    return pthread_mach_thread_np( pthread_self() );
+#else
+    static thread_local const uint32 Id = static_cast<uint32>( ::syscall( SYS_gettid ) );
+    return Id;
+#endif
+}
+
+int32 NZanPlatform::GetHardwareConcurrency()
+{
+    const long Count = sysconf( _SC_NPROCESSORS_ONLN );
+    return Count > 0 ? static_cast<int32>( Count ) : 0;
+}
+
+int64 NZanPlatform::GetTimeNs()
+{
+    timespec Time;
+    clock_gettime( CLOCK_MONOTONIC, &Time );
+    return int64( Time.tv_sec ) * 1'000'000'000 + Time.tv_nsec;
+}
 
 // None of these calls can fail on a mutex of the default kind that is used as the class asks.
 

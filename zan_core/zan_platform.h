@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zan_core/zan_types.h"
+
 #include <cstddef>
 
 #if defined( __unix__ ) || defined( __APPLE__ )
@@ -28,6 +30,20 @@ int CompareIgnoreCase( const char* pLeft, const char* pRight, std::size_t Size )
 
 /// Lets another thread run that waits for this processor. For spinning on what another thread is about to do.
 void YieldThread();
+
+/// Names the calling thread for debuggers and system monitors. Linux shows the first 15 bytes and the rest is
+/// cut off here; null does nothing.
+void SetThreadName( const char* pName );
+
+/// The system's identifier of the calling thread. Never 0; a thread that has ended leaves its own to others.
+uint32 GetThreadId();
+
+/// How many threads run at the same time on this machine, or 0 when that is unknown.
+int32 GetHardwareConcurrency();
+
+/// Nanoseconds on the high-resolution clock, which never goes back. Its zero is the system's, so only
+/// differences mean something.
+int64 GetTimeNs();
 
 /// A lock for one owner at a time, for short sections; meets std::scoped_lock. The owner may not lock it
 /// again, and unlocks it on the thread that locked it. Static objects are constant-initialised, and so may

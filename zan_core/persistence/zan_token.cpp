@@ -48,37 +48,6 @@ CString ToLower( CZanStringView Text )
 }
 } // namespace
 
-// --- CCountingSpinLock -------------------------------------------------------------------------------------
-
-void CCountingSpinLock::lock_shared()
-{
-    _Readers.fetch_add( 1, std::memory_order_seq_cst );
-    while ( _WriterActive.load( std::memory_order_seq_cst ) >= 1 )
-    {
-        _Readers.fetch_sub( 1, std::memory_order_relaxed ); // it has read nothing
-        while ( _WriterActive.load( std::memory_order_relaxed ) >= 1 )
-        {
-            NZanPlatform::YieldThread();
-        }
-        _Readers.fetch_add( 1, std::memory_order_seq_cst );
-    }
-}
-
-void CCountingSpinLock::lock()
-{
-    int32 NoWriter = 0;
-    while ( !_WriterActive.compare_exchange_weak(
-        NoWriter, 1, std::memory_order_seq_cst, std::memory_order_relaxed ) )
-    {
-        NoWriter = 0;
-        NZanPlatform::YieldThread();
-    }
-    while ( _Readers.load( std::memory_order_seq_cst ) >= 1 )
-    {
-        NZanPlatform::YieldThread();
-    }
-}
-
 // --- CTokenRegistry ----------------------------------------------------------------------------------------
 
 namespace

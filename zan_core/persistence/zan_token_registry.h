@@ -6,6 +6,7 @@
 #include "zan_core/persistence/zan_token.h"
 #include "zan_core/text/zan_string.h"
 #include "zan_core/zan_platform.h"
+#include "zan_core/zan_spin_lock.h"
 #include "zan_core/zan_types.h"
 
 #include <algorithm>
@@ -14,25 +15,6 @@
 
 namespace NToken::NDetail
 {
-/// A lock for many readers or one writer, for what is read all the time and hardly ever written. Neither side
-/// may take it again while it has it. Meets std::shared_lock and std::scoped_lock.
-///
-/// A reader counts itself and then looks for a writer; a writer shows itself and then looks for readers. At
-/// least one of two that meet has to see the other, which takes one order of these four accesses for all
-/// threads. The writer goes first: the reader withdraws and waits.
-class CCountingSpinLock
-{
-public:
-    void lock_shared();
-    void unlock_shared() { _Readers.fetch_sub( 1, std::memory_order_release ); }
-    void lock();
-    void unlock() { _WriterActive.fetch_sub( 1, std::memory_order_release ); }
-
-private:
-    std::atomic<int32> _Readers = 0;
-    std::atomic<int32> _WriterActive = 0;
-};
-
 /// What stands behind the functions of zan_token.h, which see. Those share one registry, a test may have its
 /// own. It is built at the first use of anything but SetKeywords. Any thread.
 class CTokenRegistry
@@ -98,7 +80,7 @@ private:
     CZanArray<CString> _TokenTexts;           // by number; what is registered later has its text above
     std::atomic<int32> _NextTokenNumber = 0;  // goes up when all else is there
     int32 _LastStaticToken = 0;               // never changes once it is built
-    CCountingSpinLock _Lock;                  // guards the other fields
+    CZanCountingSpinLock _Lock;               // guards the other fields
     const SKeyword* _pKeywords = &OwnKeyword; // looked at while it is built
     int32 _KeywordCount = 1;
 };

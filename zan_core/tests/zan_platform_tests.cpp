@@ -1,6 +1,7 @@
 #include "zan_core/zan_platform.h"
 #include "zan_test/include/zan_test_catch.h"
 
+#include <chrono>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -76,4 +77,25 @@ TEST_CASE( "NZanPlatform::CompareIgnoreCase orders by bytes in lower case", "[pl
         REQUIRE( Compare( Before + std::string( "\0B", 2 ), Before + std::string( "\0a", 2 ) ) > 0 );
     }
     REQUIRE( NZanPlatform::CompareIgnoreCase( nullptr, nullptr, 0 ) == 0 );
+}
+
+TEST_CASE( "NZanPlatform tells threads and time", "[platform]" )
+{
+    const uint32 Main = NZanPlatform::GetThreadId();
+    uint32 Other = 0;
+    char Name[ 16 ] = {};
+    std::thread( [ & ]() {
+        Other = NZanPlatform::GetThreadId();
+        NZanPlatform::SetThreadName( "fifteen letters and more" );
+        NZanPlatform::SetThreadName( nullptr );
+        pthread_getname_np( pthread_self(), Name, sizeof( Name ) );
+    } ).join();
+    REQUIRE( ( Main != 0 && Other != 0 && Main != Other && Main == NZanPlatform::GetThreadId() ) );
+    REQUIRE( std::string( Name ) == "fifteen letters" );
+    REQUIRE( NZanPlatform::GetHardwareConcurrency() >= 1 );
+    const int64 StartNs = NZanPlatform::GetTimeNs();
+    const auto Start = std::chrono::steady_clock::now();
+    while ( std::chrono::steady_clock::now() - Start < std::chrono::milliseconds( 1 ) )
+    {}
+    REQUIRE( NZanPlatform::GetTimeNs() - StartNs >= 1'000'000 );
 }
