@@ -208,7 +208,7 @@ public:
     SWord ReadWord( CText& Text, uint8 First );
 
     /// Reads characters that mean nothing in a comment or in a quoted string, line feeds not among them, and
-    /// gives how many. No character may be pushed back.
+    /// gives how many. No character may be pushed back, and another one has to be read next.
     template <bool bQuoted>
     int32 SkipRun();
 
@@ -216,8 +216,6 @@ public:
     void StoreRowData( CRowData& ) {}
 
 private:
-    void MoveTo( int32 Position );
-
     CMemoryFile& _File;
     const uint8* const _pData;
     const int32 _Size;
@@ -366,11 +364,7 @@ inline int32 CTextLexer::CMemorySource::SkipRun()
     {
         ++End;
     }
-    if ( End > Start )
-    {
-        _LastChar = _pData[ End - 1 ];
-        _Position = End;
-    }
+    _Position = End;
     return End - Start;
 }
 
@@ -498,12 +492,9 @@ template <typename TSource, typename TFile>
         First = SkipToToken( Source );
         bEnd = IsEnd( Source, First );
         Token = CharTables.Tokens[ First ];
-        if ( Token == NToken::None )
+        if ( Token == NToken::None && !bEnd )
         {
-            if ( !bEnd )
-            {
-                Word = Source.ReadWord( Text, First );
-            }
+            Word = Source.ReadWord( Text, First );
         }
         else if ( CharTables.TokensWithAssign[ First ] != NToken::None )
         {

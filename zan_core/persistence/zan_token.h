@@ -86,12 +86,13 @@ struct SToken
 // process, built at first use. Texts are compared without regard to the case of ASCII letters. Any thread.
 
 /// Replaces the library's own keywords, which are placeholders. Numbers are below NToken::MaxCount; those
-/// above the largest one are free for RegisterToken. The texts are copied when the registry is built. Must
-/// come before anything else here is called or read: false, and nothing changes, when it comes too late or a
-/// number is out of range.
+/// above the largest one are free for RegisterToken. The list and its texts
+/// have to live until the registry is built, which copies them. Must come before anything else here is called
+/// or read: false, and nothing changes, when it comes too late or a number is out of range.
 bool SetTokenKeywords( const NToken::SKeyword* pKeywords, int32 Count );
 
-/// The text of a token, "MISSING" for a number that has none. Lives as long as the process.
+/// The text of a token, "dummy" for a number that has none, and "MISSING" for one out of range. Lives as long
+/// as the process.
 const CString& GetTokenText( int32 Token );
 
 /// True for what RegisterToken has given out.

@@ -290,7 +290,7 @@ CTask::CTask( CZanAllocator& Allocator, STaskData& Data, CZanTaskScheduler& Sche
     : CZanAllocatedRefCountable( Allocator ), _pData( &Data ), _pScheduler( &Scheduler )
 {}
 
-CTask::~CTask()
+CTask::~CTask() // NOLINT(bugprone-exception-escape): what a function throws here has nowhere to go
 {
     Wait();
     _pData->Release();

@@ -47,12 +47,12 @@ private:
 /// waits for it otherwise, so that no task outlives its handles; a function must not end the last handle to
 /// itself. Handles may be shared by threads, and end before the scheduler does.
 ///
-/// An exception of the function leaves the call that ran it, and on a worker ends the program. The task is
-/// done all the same.
+/// An exception of the function leaves the call that ran it. From a worker, or from the end of the last
+/// handle, it ends the program. The task is done all the same.
 class CTask final : public CZanAllocatedRefCountable
 {
 public:
-    ~CTask() override;
+    ~CTask() override; // NOLINT(bugprone-exception-escape): see above
 
     /// Runs the function here, unless it has been started. Gives whether it did.
     bool TryRun();

@@ -22,6 +22,7 @@ TEST_CASE( "Expecting NO_ASSERT_FAILS with all assertions passing", "[assert]" )
 {
     CLogCapture Capture;
     int32 CallCount = 0;
+    const int32 FormerCount = NZanCatch2::GAsserts.GetSize(); // left by whoever captured before
     NO_ASSERT_FAILS( zan_assert( CountCalls( CallCount ) == 1 ) );
     NO_ASSERT_FAILS( zan_assert_text( CountCalls( CallCount ) == 2, "text" ) );
     NO_ASSERT_FAILS( zan_assert_msg( CountCalls( CallCount ) == 3, "%d", CountCalls( CallCount ) ) );
@@ -173,8 +174,7 @@ TEST_CASE( "Assertion marks run what they mark and check nothing", "[assert]" )
     const int32 Value = ASSERT_FAILS_MATCHES( CountCalls( CallCount ), 1, 2 );
     REQUIRE( Value == 4 );
     REQUIRE( Log.GetRecords().size() == 1 );
-    REQUIRE( NZanCatch2::GAsserts.IsEmpty() );
-    REQUIRE( NZanCatch2::GAsserts.GetCapacity() == 1 );
+    REQUIRE( NZanCatch2::GAsserts.GetSize() == FormerCount );
 }
 
 #endif

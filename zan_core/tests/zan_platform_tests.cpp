@@ -76,6 +76,17 @@ TEST_CASE( "NZanPlatform::CompareIgnoreCase orders by bytes in lower case", "[pl
         REQUIRE( ( Compare( Before + "[", Before + "{" ) < 0 && Compare( Before + "@", Before + "`" ) < 0 ) );
         REQUIRE( Compare( Before + std::string( "\0B", 2 ), Before + std::string( "\0a", 2 ) ) > 0 );
     }
+    for ( size_t Size = 1; Size < 20; ++Size )
+    {
+        for ( size_t i = 0; i < Size; ++i )
+        {
+            std::string Text( Size, 'x' );
+            Text[ i ] = 'X';
+            REQUIRE( Compare( std::string( Size, 'x' ), Text ) == 0 );
+            Text[ i ] = 'W';
+            REQUIRE( Compare( std::string( Size, 'x' ), Text ) > 0 );
+        }
+    }
     REQUIRE( NZanPlatform::CompareIgnoreCase( nullptr, nullptr, 0 ) == 0 );
 }
 
