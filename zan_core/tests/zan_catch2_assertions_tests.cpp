@@ -26,8 +26,7 @@ TEST_CASE( "Expecting NO_ASSERT_FAILS with all assertions passing", "[assert]" )
     NO_ASSERT_FAILS( zan_assert_text( CountCalls( CallCount ) == 2, "text" ) );
     NO_ASSERT_FAILS( zan_assert_msg( CountCalls( CallCount ) == 3, "%d", CountCalls( CallCount ) ) );
     STATIC_REQUIRE( Half( 8 ) == 4 );
-    REQUIRE( CallCount == 3 );
-    REQUIRE( Capture.GetRecords().empty() );
+    REQUIRE( ( CallCount == 3 && Capture.GetRecords().empty() ) );
 }
 
 TEST_CASE( "Expecting ASSERT_FAILS with assertions failing", "[assert][!throws]" )
@@ -45,15 +44,12 @@ TEST_CASE( "Expecting ASSERT_FAILS with assertions failing", "[assert][!throws]"
             ASSERT_FAILS( zan_assert_msg( CountCalls( CallCount ) < 0, "number %d", i ) );
             ++PassCount;
         }
-        REQUIRE( PassCount == 3 );
-        REQUIRE( CallCount == 9 );
-        REQUIRE( Capture.GetRecords().size() == 3 );
+        REQUIRE( ( PassCount == 3 && CallCount == 9 && Capture.GetRecords().size() == 3 ) );
         REQUIRE( Capture.GetRecords()[ 2 ].Message == "Assertion failed: number 0\n" );
     }
     SECTION( "each site has its own flag, also in a constexpr function" )
     {
-        REQUIRE( Half( 7 ) == 3 );
-        REQUIRE( Half( 9 ) == 4 );
+        REQUIRE( ( Half( 7 ) == 3 && Half( 9 ) == 4 ) );
         REQUIRE( Capture.GetOnlyMessage() == "Assertion failed: Value % 2 == 0\n" );
     }
     SECTION( "one statement" )
@@ -103,16 +99,13 @@ TEST_CASE( "Expecting ASSERT_FAILS_MATCHES with assertions failing with the corr
         NZanCatch2::IsFile( "zan_core/zan_assert" ), NZanCatch2::IsLine( 607 ),
         NZanCatch2::IsLogged( true ) );
     bool bReported = false;
-    REQUIRE_FALSE( ZanAssertFailed( "ignored.cpp", 5, 2, &bReported, "attributes" ) );
-    REQUIRE( bReported );
+    REQUIRE( ( !ZanAssertFailed( "ignored.cpp", 5, 2, &bReported, "attributes" ) && bReported ) );
     REQUIRE_FALSE( ZanAssertFailed( nullptr, 0, 1, &bReported, "silent" ) );
 
     REQUIRE( Capture.GetRecords().size() == 2 );
     for ( const NZanTestUtils::SLogRecord& Record : Capture.GetRecords() )
     {
-        REQUIRE( Record.File == "zan_core/zan_assert" );
-        REQUIRE( Record.Line == 607 );
-        REQUIRE( Record.Category == 1 );
+        REQUIRE( ( Record.File == "zan_core/zan_assert" && Record.Line == 607 && Record.Category == 1 ) );
     }
 }
 
@@ -172,8 +165,7 @@ TEST_CASE( "Assertion marks run what they mark and check nothing", "[assert]" )
     ASSERT_FAILS( CountCalls( CallCount ) );
     ASSERT_FAILS_WITH( CountCalls( CallCount ), "text" );
     const int32 Value = ASSERT_FAILS_MATCHES( CountCalls( CallCount ), 1, 2 );
-    REQUIRE( Value == 4 );
-    REQUIRE( Log.GetRecords().size() == 1 );
+    REQUIRE( ( Value == 4 && Log.GetRecords().size() == 1 ) );
     REQUIRE( NZanCatch2::GAsserts.GetSize() == FormerCount );
 }
 

@@ -31,6 +31,8 @@ std::string FailuresOf( const TAction& Action )
 }
 } // namespace
 
+#define FAILS( Action, Text ) CHECK( FailuresOf( [ & ] { Action; } ) == Text )
+
 TEST_CASE( "zan_expects looks at its condition only where preconditions are checked", "[expects]" )
 {
     int32 LookCount = 0;
@@ -38,14 +40,9 @@ TEST_CASE( "zan_expects looks at its condition only where preconditions are chec
     const std::string Failures =
         FailuresOf( [ & ] { bHolds = zan_expects( ++LookCount > 1, "looked once" ); } );
 #if defined( ZAN_CHECK_PRECONDITIONS )
-    REQUIRE( LookCount == 1 );
-    REQUIRE_FALSE( bHolds );
-    REQUIRE( Failures == "looked once" );
-    REQUIRE( zan_expects( true, "holds" ) );
+    REQUIRE( ( LookCount == 1 && !bHolds && Failures == "looked once" && zan_expects( true, "holds" ) ) );
 #else
-    REQUIRE( LookCount == 0 );
-    REQUIRE( bHolds );
-    REQUIRE( Failures == "" );
+    REQUIRE( ( LookCount == 0 && bHolds && Failures == "" ) );
 #endif
 }
 
@@ -56,9 +53,8 @@ namespace
 constexpr int32 Huge = std::numeric_limits<int32>::max();
 
 /// Out of memory, and says so by null.
-class CNullAllocator final : public CZanAllocator
+struct SNullAllocator final : CZanAllocator
 {
-public:
     void* Allocate( uint64, uint32 ) override { return nullptr; }
     void Free( void* ) override {}
 };
@@ -69,19 +65,17 @@ TEST_CASE( "CZanArray reports broken preconditions and stays as it is", "[expect
     CZanArray<int32> Array = { 1, 2, 3 };
     const int32 Two[] = { 8, 9 };
 
-    CHECK( FailuresOf( [ & ] { Array.RemoveAt( 3 ); } ) == "RemoveAt of an index that names no element" );
-    CHECK( FailuresOf( [ & ] { Array.RemoveAt( -1 ); } ) == "RemoveAt of an index that names no element" );
-    CHECK( FailuresOf( [ & ] { Array.RemoveRange( 2, 4 ); } ) == "RemoveRange outside the array" );
-    CHECK( FailuresOf( [ & ] { Array.SwapToTailRemoveAt( 3 ); } ) ==
-           "SwapToTailRemoveAt of an index that names no element" );
-    CHECK( FailuresOf( [ & ] { Array.Insert( 4, Two, 2 ); } ) == "Insert at a position outside the array" );
-    CHECK( FailuresOf( [ & ] { Array.Append( Two, -1 ); } ) == "Insert of a count that cannot be" );
-    CHECK( FailuresOf( [ & ] { Array.Append( Two, Huge ); } ) == "Insert of a count that cannot be" );
-    CHECK( FailuresOf( [ & ] { Array.SetSize( -1 ); } ) == "A negative array size" );
-    CHECK( FailuresOf( [ & ] { Array.IncreaseSize( Huge ); } ) == "IncreaseSize beyond the greatest size" );
-    CHECK( FailuresOf( [ & ] { Array.IncreaseSizeNoInit( Huge ); } ) ==
-           "IncreaseSizeNoInit beyond the greatest size" );
-    CHECK( FailuresOf( [ & ] { Array.Reserve( -1 ); } ) == "Reserve of a negative capacity" );
+    FAILS( Array.RemoveAt( 3 ), "RemoveAt of an index that names no element" );
+    FAILS( Array.RemoveAt( -1 ), "RemoveAt of an index that names no element" );
+    FAILS( Array.RemoveRange( 2, 4 ), "RemoveRange outside the array" );
+    FAILS( Array.SwapToTailRemoveAt( 3 ), "SwapToTailRemoveAt of an index that names no element" );
+    FAILS( Array.Insert( 4, Two, 2 ), "Insert at a position outside the array" );
+    FAILS( Array.Append( Two, -1 ), "Insert of a count that cannot be" );
+    FAILS( Array.Append( Two, Huge ), "Insert of a count that cannot be" );
+    FAILS( Array.SetSize( -1 ), "A negative array size" );
+    FAILS( Array.IncreaseSize( Huge ), "IncreaseSize beyond the greatest size" );
+    FAILS( Array.IncreaseSizeNoInit( Huge ), "IncreaseSizeNoInit beyond the greatest size" );
+    FAILS( Array.Reserve( -1 ), "Reserve of a negative capacity" );
     REQUIRE_THAT( Array, EqualsSequence<CZanArray<int32>>( 1, 2, 3 ) );
     REQUIRE( Array.GetCapacity() == 3 );
 
@@ -89,9 +83,9 @@ TEST_CASE( "CZanArray reports broken preconditions and stays as it is", "[expect
     Array.SetSizeNoInit( 4 );
     Array[ 3 ] = 4;
     Array.RemoveTail();
-    CHECK( FailuresOf( [ & ] { Array[ 3 ] = 5; } ) == "An array index names no element" );
+    FAILS( Array[ 3 ] = 5, "An array index names no element" );
     Array.RemoveAll();
-    CHECK( FailuresOf( [ & ] { Array.GetHeadData() = 5; } ) == "GetHeadData of an empty array" );
+    FAILS( Array.GetHeadData() = 5, "GetHeadData of an empty array" );
 }
 
 TEST_CASE( "CZanArray reports memory that it does not get", "[expects]" )
@@ -99,29 +93,23 @@ TEST_CASE( "CZanArray reports memory that it does not get", "[expects]" )
     const std::string NoMemory = "An array outgrew an allocator that gives no more memory";
     CZanInlineBufArray<int32, 2, int32, CZanStaticInlineBufferAllocator<int32, 2>> Array = { 1, 2 };
     CHECK( FailuresOf( [ & ] { Array.Append( 3 ); } ).starts_with( NoMemory ) );
-    CHECK( FailuresOf( [ & ] { Array.Reserve( 3 ); } ) == NoMemory );
-    CHECK( FailuresOf( [ & ] { Array.SetSize( 3 ); } ) == NoMemory );
-    REQUIRE( Array.CheckInvariants() );
-    REQUIRE( Array.GetSize() == 2 );
-    REQUIRE( Array[ 1 ] == 2 );
+    FAILS( Array.Reserve( 3 ), NoMemory );
+    FAILS( Array.SetSize( 3 ), NoMemory );
+    REQUIRE( ( Array.CheckInvariants() && Array.GetSize() == 2 && Array[ 1 ] == 2 ) );
 
     struct alignas( 64 ) SWide
     {
         char _Bytes[ 64 ];
     };
-    class CMisaligningAllocator final : public CZanAllocator
+    struct SMisaligningAllocator final : CZanAllocator
     {
-    public:
         void* Allocate( uint64, uint32 ) override { return _Buffer + 16; }
         void Free( void* ) override {}
-
-    private:
         alignas( 64 ) unsigned char _Buffer[ 256 ];
     };
-    CMisaligningAllocator Allocator;
+    SMisaligningAllocator Allocator;
     CZanArray<SWide> Wide( Allocator );
-    CHECK( FailuresOf( [ & ] { Wide.Reserve( 1 ); } ) ==
-           "An array's allocator does not honour the alignment of the elements" );
+    FAILS( Wide.Reserve( 1 ), "An array's allocator does not honour the alignment of the elements" );
     REQUIRE( Wide.GetCapacity() == 0 );
 }
 
@@ -129,16 +117,15 @@ TEST_CASE( "CZanUnorderedMap reports broken preconditions and stays as it is", "
 {
     CZanUnorderedMap<int32, int32> Map;
     Map.Set( 1, 10 );
-    CHECK( FailuresOf( [ & ] { Map.Remove( Map.end() ); } ) == "Remove at no entry of a hash table" );
-    CHECK( FailuresOf( [ & ] { Map.Reserve( -1 ); } ) == "Reserve of a negative count" );
-    CHECK( FailuresOf( [ & ] { Map.Reserve( Huge ); } ) == "Reserve of more than a hash table can hold" );
-    CHECK( FailuresOf( [ & ] { ++Map.end(); } ) == "a step past the end of a hash table" );
-    REQUIRE( Map.CheckInvariants() );
-    REQUIRE( Map.GetSize() == 1 );
+    FAILS( Map.Remove( Map.end() ), "Remove at no entry of a hash table" );
+    FAILS( Map.Reserve( -1 ), "Reserve of a negative count" );
+    FAILS( Map.Reserve( Huge ), "Reserve of more than a hash table can hold" );
+    FAILS( ++Map.end(), "a step past the end of a hash table" );
+    REQUIRE( ( Map.CheckInvariants() && Map.GetSize() == 1 ) );
 
-    CNullAllocator Allocator;
+    SNullAllocator Allocator;
     CZanUnorderedMap<int32, int32> Poor( &Allocator );
-    CHECK( FailuresOf( [ & ] { Poor.Reserve( 4 ); } ) == "no memory for a hash table" );
+    FAILS( Poor.Reserve( 4 ), "no memory for a hash table" );
     REQUIRE( Poor.CheckInvariants() );
 }
 

@@ -22,8 +22,7 @@ TEST_CASE( "NZanPlatform debug output goes to the sink until it is taken away", 
     NZanPlatform::WriteDebugOutput( "two" );
     REQUIRE( NZanPlatform::SetDebugOutput( nullptr ) == &Record );
     NZanPlatform::WriteDebugOutput( "for the system's log" );
-    REQUIRE( NZanPlatform::SetDebugOutput( pFormer ) == nullptr );
-    REQUIRE( GWritten == "one %s,two" );
+    REQUIRE( ( NZanPlatform::SetDebugOutput( pFormer ) == nullptr && GWritten == "one %s,two" ) );
 }
 
 TEST_CASE( "NZanPlatform::CSlimLock has one owner", "[platform]" )
@@ -32,11 +31,8 @@ TEST_CASE( "NZanPlatform::CSlimLock has one owner", "[platform]" )
     const auto TryElsewhere = [ & ]() {
         bool bTaken = false;
         std::thread( [ & ]() {
-            bTaken = Lock.try_lock();
-            if ( bTaken )
-            {
-                Lock.unlock();
-            }
+            const std::unique_lock Guard( Lock, std::try_to_lock );
+            bTaken = Guard.owns_lock();
         } ).join();
         return bTaken;
     };

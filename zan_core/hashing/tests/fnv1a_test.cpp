@@ -3,15 +3,14 @@
 #include "zan_test/include/zan_test_catch.h"
 
 // Usable where a constant is asked for.
-static_assert( FNV1a::Hash( "hello", 5 ) == 1335831723 );
-static_assert( FNV1a::HashNullTerminated( "hello world" ) == 3582672807 );
+static_assert(
+    FNV1a::Hash( "hello", 5 ) == 1335831723 && FNV1a::HashNullTerminated( "hello" ) == 1335831723 );
 static_assert( FNV1a::HashIgnoreCase( "hElLo woRLD" ) == 3582672807 );
 
 TEST_CASE( "FNV1a::Hash", "[fnva1]" )
 {
     const char Text[] = "hello world";
-    REQUIRE( FNV1a::Hash( Text, 5 ) == 1335831723 );
-    REQUIRE( FNV1a::Hash( Text, 0 ) == 0x811C9DC5 );
+    REQUIRE( ( FNV1a::Hash( Text, 5 ) == 1335831723 && FNV1a::Hash( Text, 0 ) == 0x811C9DC5 ) );
     REQUIRE( FNV1a::Hash( Text, -1 ) == 0x811C9DC5 );
 
     REQUIRE( FNV1a::Hash( "foobar", 6 ) == 0xBF9CF968 ); // published with the function

@@ -20,8 +20,7 @@ enum class EColour : uint8
 
 struct SCell
 {
-    int32 _Column;
-    int32 _Row;
+    int32 _Column, _Row;
 };
 uint32 ZanHash( const SCell& Cell ) { return ZanHashCombine( Cell._Column, Cell._Row ); }
 
@@ -82,8 +81,7 @@ TEST_CASE( "SZanHashStream keeps the newest byte on top", "[hash]" )
 TEST_CASE( "ZanHash of values", "[hash]" )
 {
     REQUIRE( ZanHash( EColour::Green ) == ZanHash( uint8( 42 ) ) );
-    REQUIRE( ZanHash( int64( 42 ) ) != ZanHash( int32( 42 ) ) );
-    REQUIRE( ZanHash( 0.0 ) == ZanHash( -0.0 ) );
+    REQUIRE( ( ZanHash( int64( 42 ) ) != ZanHash( int32( 42 ) ) && ZanHash( 0.0 ) == ZanHash( -0.0 ) ) );
     REQUIRE( ZanHash( 1.5L ) == ZanHash( 1.5 ) );
 
     // A pointer by its value, and an owner as its pointer, also where that would be text.
@@ -112,8 +110,7 @@ TEST_CASE( "SZanBitWiseHash", "[hash]" )
 
 TEST_CASE( "SZanHash", "[hash]" )
 {
-    REQUIRE( SZanHash<int32>()( 42 ) == 3160117731 );
-    REQUIRE( SZanHash<SCell>()( { 1, 2 } ) == 3787935720 );
+    REQUIRE( ( SZanHash<int32>()( 42 ) == 3160117731 && SZanHash<SCell>()( { 1, 2 } ) == 3787935720 ) );
     REQUIRE( SZanHash<CString>()( CZanStringView( "Hello world!" ) ) == 1652231212 );
 
     // A number is hashed as the type of the key, whatever type it comes in.
@@ -141,8 +138,7 @@ TEST_CASE( "Zan::HashMultiple", "[hash]" )
 
 TEST_CASE( "ZanHashCombine", "[hash]" )
 {
-    REQUIRE( ZanHashCombine( 1 ) == 4226891818 );
-    REQUIRE( ZanHashCombine( 1, 2 ) == 3787935720 );
+    REQUIRE( ( ZanHashCombine( 1 ) == 4226891818 && ZanHashCombine( 1, 2 ) == 3787935720 ) );
     REQUIRE( ZanHashCombine( 2, 1 ) == 2522223613 );
     const uint32 Mixed = ZanHashCombine( 1, 2, CZanStringView( ", 10" ) );
     REQUIRE( Mixed == ZanHashCombine( 1, 2, ", 10" ) );
@@ -159,8 +155,7 @@ TEST_CASE( "ZanHashCombineRange", "[hash]" )
         REQUIRE( ZanHashCombineRange( Items ) == ZanHashCombineRange( Items.begin(), Items.end() ) );
         return ZanHashCombineRange( Items );
     };
-    REQUIRE( OfRange( std::vector<int32>{} ) == 0 );
-    REQUIRE( OfRange( std::vector<int32>{ 7 } ) == ZanHash( 7 ) );
+    REQUIRE( ( OfRange( std::vector<int32>{} ) == 0 && OfRange( std::vector<int32>{ 7 } ) == ZanHash( 7 ) ) );
     REQUIRE( OfRange( std::vector<CZanStringView>{ "one" } ) == ZanHash( "one" ) );
     REQUIRE( OfRange( std::vector<int32>{ 1, 2, 3, 4 } ) == ZanHashCombine( 1, 2, 3, 4 ) );
     for ( const std::vector<int32>& Other : std::vector<std::vector<int32>>{

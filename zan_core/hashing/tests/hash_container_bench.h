@@ -77,29 +77,34 @@ inline int32 NumberOf( const SAligned& Object )
     return reinterpret_cast<std::uintptr_t>( &Object ) % alignof( SAligned ) == 0 ? Object._Value : -1;
 }
 
+// What the entry of a map, or a key as the entry of a set, has.
 template <typename T>
-struct SEntryTraits
+const T& KeyOf( const T& Key )
 {
-    using CKey = T;
-    using CValue = int32;
-    static const T& GetKey( const T& Key ) { return Key; }
-    static int32 GetValue( const T& Key ) { return 10 * NumberOf( Key ); }
-};
+    return Key;
+}
 template <typename T, typename TValue>
-struct SEntryTraits<SMapEntry<T, TValue>>
+const T& KeyOf( const SMapEntry<T, TValue>& Entry )
 {
-    using CKey = T;
-    using CValue = TValue;
-    static const T& GetKey( const SMapEntry<T, TValue>& Entry ) { return Entry._Key; }
-    static int32 GetValue( const SMapEntry<T, TValue>& Entry ) { return NumberOf( Entry._Value ); }
-};
+    return Entry._Key;
+}
+template <typename T>
+int32 ValueOf( const T& Key )
+{
+    return 10 * NumberOf( Key );
+}
+template <typename T, typename TValue>
+const TValue& ValueOf( const SMapEntry<T, TValue>& Entry )
+{
+    return Entry._Value;
+}
 
 template <typename TContainer>
 using TEntryOf = std::remove_cvref_t<decltype( *std::declval<TContainer&>().begin() )>;
 template <typename TContainer>
-using TKeyOf = typename SEntryTraits<TEntryOf<TContainer>>::CKey;
+using TKeyOf = std::remove_cvref_t<decltype( KeyOf( std::declval<TEntryOf<TContainer>>() ) )>;
 template <typename TContainer>
-using TValueOf = typename SEntryTraits<TEntryOf<TContainer>>::CValue;
+using TValueOf = std::remove_cvref_t<decltype( ValueOf( std::declval<TEntryOf<TContainer>>() ) )>;
 template <typename TContainer>
 constexpr bool bIsSet = std::is_same_v<TEntryOf<TContainer>, TKeyOf<TContainer>>;
 template <typename TContainer>
@@ -138,8 +143,7 @@ struct SBench
     int32 GetCopyCount() const { return _Life._CopyConstructions + _Life._CopyAssignments; }
 
     SLifeCounters _Life;
-    SMemory _Memory;
-    SMemory _OtherMemory;
+    SMemory _Memory, _OtherMemory;
 };
 
 /// Count consecutive keys, each with ten times its number as its value.
@@ -167,21 +171,19 @@ using CModel = std::unordered_map<int32, int32>;
 template <typename TContainer>
 bool IsLike( const TContainer& Container, const CModel& Model )
 {
-    using CEntry = SEntryTraits<TEntryOf<TContainer>>;
-    bool bMatches = Container.CheckInvariants();
-    size_t Count = 0;
+    bool bMatches = Container.CheckInvariants() && Container.GetSize() == static_cast<int32>( Model.size() );
+    int32 Unseen = Container.GetSize();
     for ( const auto& Entry : Container )
     {
-        const auto Expected = Model.find( NumberOf( CEntry::GetKey( Entry ) ) );
-        bMatches &= Expected != Model.end() && CEntry::GetValue( Entry ) == Expected->second &&
-                    &*Container.Find( CEntry::GetKey( Entry ) ) == &Entry;
-        ++Count;
+        const auto Expected = Model.find( NumberOf( KeyOf( Entry ) ) );
+        bMatches &= Expected != Model.end() && NumberOf( ValueOf( Entry ) ) == Expected->second &&
+                    &*Container.Find( KeyOf( Entry ) ) == &Entry && --Unseen >= 0;
     }
     for ( int32 i = 0; i < 128; ++i )
     {
         bMatches &= Container.Contains( Make<TKeyOf<TContainer>>( i ) ) == Model.contains( i );
     }
-    return bMatches && Count == Model.size() && Count == static_cast<size_t>( Container.GetSize() );
+    return bMatches && Unseen == 0;
 }
 
 /// True when the container holds what Fill gives to an empty one, and nothing else.
@@ -189,10 +191,8 @@ template <typename TContainer>
 bool Holds( const TContainer& Container, int32 First, int32 Count )
 {
     CModel Model;
-    for ( int32 i = First; i < First + Count; ++i )
-    {
-        Model[ i ] = 10 * i;
-    }
+    for ( int32 i = First; i < First + Count; Model[ i ] = 10 * i, ++i )
+    {}
     return IsLike( Container, Model );
 }
 
@@ -204,21 +204,32 @@ void CheckReleaseValue( int32 ExpectedOperation )
     TContainer Container( &Bench._Memory );
     Fill( &Bench, &Container, 1, 4 );
     const auto Third = Container.TryReleaseValue( 3 );
-    REQUIRE( Third.Get() == 3 * Factor );
-    REQUIRE( Third.Get().GetLastOperation() == ExpectedOperation );
     const auto Second = Container.ReleaseValue( Container.Find( 2 ) );
-    REQUIRE( Second == 2 * Factor );
-    REQUIRE( Second.GetLastOperation() == ExpectedOperation );
-    REQUIRE_FALSE( Container.TryReleaseValue( 3 ).IsSet() );
-    REQUIRE( IsLike( Container, { { 1, 10 }, { 4, 40 } } ) );
+    REQUIRE( ( Third.Get() == 3 * Factor && Third.Get().GetLastOperation() == ExpectedOperation ) );
+    REQUIRE( ( Second == 2 * Factor && Second.GetLastOperation() == ExpectedOperation ) );
+    REQUIRE( ( !Container.TryReleaseValue( 3 ).IsSet() && IsLike( Container, { { 1, 10 }, { 4, 40 } } ) ) );
 }
 
-enum class EExchange
+enum EExchange
 {
     Copies,
     Moves,
     Swaps
 };
+
+/// The registration of the families that exchange what the pairs of a list hold.
+#define EXCHANGE_FAMILY( Name, List, Kind, ... )                                                             \
+    TEMPLATE_LIST_TEST_CASE( Name, "[unordered_set]", List )                                                 \
+    {                                                                                                        \
+        const auto Run = []( auto& L, auto& R, [[maybe_unused]] auto* pMemory ) { __VA_ARGS__; };            \
+        NHashBench::CheckExchange<TestType>( NHashBench::Kind, Run );                                        \
+    }
+#define EXCHANGE_FAMILIES( Name, List )                                                                      \
+    EXCHANGE_FAMILY( Name " swap", List, Swaps, L->Swap( R ) )                                               \
+    EXCHANGE_FAMILY( Name " move assign", List, Moves, *L = std::move( R ) )                                 \
+    EXCHANGE_FAMILY( Name " copy assign", List, Copies, *L = std::as_const( R ) )                            \
+    EXCHANGE_FAMILY( Name " move construct", List, Moves, L.emplace( std::move( R ), pMemory ) )             \
+    EXCHANGE_FAMILY( Name " copy construct", List, Copies, L.emplace( std::as_const( R ), pMemory ) )
 
 /// Exchange( Left, Right, pMemory ) gives Left, a filled optional, what Right holds, or makes it anew with
 /// that on the memory. Each side holds nothing, little enough for most inline buffers, or too much for any;
@@ -230,15 +241,13 @@ void CheckExchange( EExchange Kind, const TExchange& Exchange )
 {
     using CLeft = typename TPair::first_type;
     using CRight = typename TPair::second_type;
-    const bool bCopies = Kind == EExchange::Copies;
-    const bool bSwaps = Kind == EExchange::Swaps;
+    const bool bCopies = Kind == Copies, bSwaps = Kind == Swaps;
     const auto BucketsFor = []( int32 Count ) { return Count == 0 ? 0 : Count == 3 ? 8 : 256; };
     for ( int32 Case = 0; Case < 36; ++Case )
     {
         CAPTURE( Case );
-        const int32 Counts[] = { 0, 3, 99 };
-        const int32 LeftCount = Counts[ Case % 3 ];
-        const int32 RightCount = Counts[ Case / 3 % 3 ];
+        constexpr int32 Counts[] = { 0, 3, 99 };
+        const int32 LeftCount = Counts[ Case % 3 ], RightCount = Counts[ Case / 3 % 3 ];
         const bool bOneMemory = Case / 9 % 2 == 0;
         const bool bHandsOver = bOneMemory && !bCopies && !bIsHybrid<CLeft> && !bIsHybrid<CRight>;
         SBench Bench;
@@ -248,27 +257,21 @@ void CheckExchange( EExchange Kind, const TExchange& Exchange )
         Fill( &Bench, &*Left, 0, LeftCount );
         Fill( &Bench, &Right, 100, RightCount );
         const void* const pFirst = Right.begin().GetEntry();
-        const int32 LeftBuckets = Left->GetInfo()._Buckets;
-        const int32 RightBuckets = Right.GetInfo()._Buckets;
-        const int32 AllocationCount = Bench._Memory._AllocationCount;
-        const int32 OtherAllocationCount = Bench._OtherMemory._AllocationCount;
+        const int32 LeftBuckets = Left->GetInfo()._Buckets, RightBuckets = Right.GetInfo()._Buckets;
+        const int32 Count = Bench._Memory._AllocationCount, OtherCount = Bench._OtherMemory._AllocationCount;
         const int32 CopyCount = Bench.GetCopyCount();
         Exchange( Left, Right, &Bench._Memory );
 
         const int32 Added = RightCount > 0 && !bHandsOver;
         const int32 OtherAdded = bSwaps && LeftCount > 0 && !bHandsOver;
-        REQUIRE( Bench._Memory._AllocationCount == AllocationCount + Added + bOneMemory * OtherAdded );
-        REQUIRE( Bench._OtherMemory._AllocationCount == OtherAllocationCount + !bOneMemory * OtherAdded );
-        if ( RightCount > 0 )
-        {
-            REQUIRE( Left->GetInfo()._Buckets == ( bHandsOver ? RightBuckets : BucketsFor( RightCount ) ) );
-            REQUIRE( ( !bHandsOver || Left->begin().GetEntry() == pFirst ) );
-        }
-        const bool bGivesNothing = Kind == EExchange::Moves && RightCount == 0 && !bHandsOver;
-        const int32 SwappedBuckets = bHandsOver ? LeftBuckets : BucketsFor( LeftCount );
-        REQUIRE( Right.GetInfo()._Buckets == ( bCopies || bGivesNothing ? RightBuckets
-                                                 : bSwaps               ? SwappedBuckets
-                                                                        : 0 ) );
+        REQUIRE( Bench._Memory._AllocationCount == Count + Added + bOneMemory * OtherAdded );
+        REQUIRE( Bench._OtherMemory._AllocationCount == OtherCount + !bOneMemory * OtherAdded );
+        const int32 NewBuckets = bHandsOver ? RightBuckets : BucketsFor( RightCount );
+        REQUIRE( ( RightCount == 0 || Left->GetInfo()._Buckets == NewBuckets ) );
+        REQUIRE( ( RightCount == 0 || !bHandsOver || Left->begin().GetEntry() == pFirst ) );
+        const bool bGivesNothing = Kind == Moves && RightCount == 0 && !bHandsOver;
+        const int32 Swapped = !bSwaps ? 0 : bHandsOver ? LeftBuckets : BucketsFor( LeftCount );
+        REQUIRE( Right.GetInfo()._Buckets == ( bCopies || bGivesNothing ? RightBuckets : Swapped ) );
         const int32 RightFirst = bCopies ? 100 : 0;
         const int32 NewRightCount = bCopies ? RightCount : bSwaps ? LeftCount : 0;
         REQUIRE( ( Holds( *Left, 100, RightCount ) && Holds( Right, RightFirst, NewRightCount ) ) );
@@ -276,8 +279,7 @@ void CheckExchange( EExchange Kind, const TExchange& Exchange )
         REQUIRE( ( bCopies || Bench.GetCopyCount() == CopyCount ) );
         Fill( &Bench, &*Left, 100 + RightCount, 30 );
         Fill( &Bench, &Right, RightFirst + NewRightCount, 30 );
-        REQUIRE( Holds( *Left, 100, RightCount + 30 ) );
-        REQUIRE( Holds( Right, RightFirst, NewRightCount + 30 ) );
+        REQUIRE( ( Holds( *Left, 100, RightCount + 30 ) && Holds( Right, RightFirst, NewRightCount + 30 ) ) );
     }
 }
 
@@ -296,10 +298,8 @@ struct SRandomSteps : SBench
 
     CLeft _Left{ &_Memory };
     typename TPair::second_type _Right;
-    CModel _Model;
-    CModel _RightModel;
-    int32 _Key = 0;
-    int32 _Step = 0;
+    CModel _Model, _RightModel;
+    int32 _Key = 0, _Step = 0;
 };
 
 template <typename TPair>

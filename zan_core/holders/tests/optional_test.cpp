@@ -84,18 +84,13 @@ TEST_CASE_METHOD( SLifeCase, "CZanOptional::Set", "[optional]" )
     Optional.Set( Optional.Get() );
     Optional = std::move( Optional.Get() );
     REQUIRE( HasThree( Optional, CLifeObserver::MoveConstructed ) );
-    CZanOptional<bool> Flag;
-    Flag.Set( false );
-    REQUIRE( ( Flag && !Flag.Get() ) );
 }
 
 TEST_CASE( "CZanOptional::SetEmplace", "[optional]" )
 {
     CText Optional;
     Optional.SetEmplace( 3u, 'x' );
-    REQUIRE( Optional.Get() == "xxx" );
-    Optional.SetEmplace();
-    REQUIRE( ( Optional && Optional.Get().empty() ) );
+    REQUIRE( ( Optional.Get() == "xxx" && ( Optional.SetEmplace(), Optional ) && Optional.Get().empty() ) );
 }
 
 TEST_CASE_METHOD( SLifeCase, "CZanOptional::Emplace", "[optional]" )
@@ -133,8 +128,7 @@ TEST_CASE_METHOD( SLifeCase, "CZanOptional Copy Constructor", "[optional]" )
 
 TEST_CASE_METHOD( SLifeCase, "CZanOptional Move Constructor", "[optional]" )
 {
-    CZanOptional<SMoveOnly> Source( std::in_place, 3, &_Life );
-    CZanOptional<SMoveOnly> Target = std::move( Source );
+    CZanOptional<SMoveOnly> Source( std::in_place, 3, &_Life ), Target = std::move( Source );
     REQUIRE( ( HasThree( Target, CLifeObserver::MoveConstructed ) && Source && Source != Target ) );
     REQUIRE( Source.Get().GetLastOperation() == CLifeObserver::MovedFromByConstruction );
     const SMoveOnly Released = std::move( Target ).Get();
@@ -152,9 +146,7 @@ TEST_CASE_METHOD( SLifeCase, "CZanOptional Copy Assignment", "[optional]" )
         Target = Self;
         REQUIRE( ( HasThree( Target, CLifeObserver::CopyConstructed ) && Source == Target ) );
     }
-    Target = CZanOptional<SMovable>();
-    REQUIRE_FALSE( Target );
-
+    REQUIRE( !( Target = CZanOptional<SMovable>() ) );
     const CZanOptional<SUnassignable> Name( std::in_place, "name" );
     CZanOptional<SUnassignable> Other( std::in_place, "other" );
     Other = Name;
@@ -169,21 +161,17 @@ TEST_CASE_METHOD( SLifeCase, "CZanOptional Move Assignment", "[optional]" )
     Target = std::move( Source );
     REQUIRE( ( HasThree( Target, CLifeObserver::MoveConstructed ) && Source && Source != Target ) );
     REQUIRE( Source.Get().GetLastOperation() == CLifeObserver::MovedFromByConstruction );
-    Target = CZanOptional<SMoveOnly>();
-    Source = {};
-    REQUIRE( ( !Target && !Source ) );
+    REQUIRE( ( !( Target = CZanOptional<SMoveOnly>() ) && !( Source = {} ) ) );
 }
 
 TEST_CASE( "CZanOptional In Place Constructor", "[optional]" )
 {
-    const char Characters[] = { 'a', 'b', 'c' };
-    REQUIRE( CText( std::in_place, Characters, sizeof( Characters ) ).Get() == "abc" );
-    REQUIRE( CText( std::in_place ).Get( "set" ).empty() );
+    REQUIRE( (
+        CText( std::in_place, "abcd", 3u ).Get() == "abc" && CText( std::in_place ).Get( "set" ).empty() ) );
 }
 
 TEST_CASE( "CZanOptional In Place iniitalizer_list Constructor", "[optional]" )
 {
-    REQUIRE( CText( std::in_place, { 'a', 'b' } ).Get() == "ab" );
     REQUIRE( CText( std::in_place, { 'c', 'd' }, std::allocator<char>() ).Get() == "cd" );
 }
 
@@ -192,8 +180,7 @@ TEST_CASE( "CZanOptional From Value Constructor", "[optional]" )
     SMovable Value = 3;
     const CZanOptional<SMovable> Copied = Value, Moved = std::move( Value );
     REQUIRE( HasThree( Copied, CLifeObserver::CopyConstructed ) );
-    REQUIRE( HasThree( Moved, CLifeObserver::MoveConstructed ) );
-    REQUIRE( CZanOptional<bool>( false ).IsSet() );
+    REQUIRE( ( HasThree( Moved, CLifeObserver::MoveConstructed ) && CZanOptional<bool>( false ).IsSet() ) );
     REQUIRE( CZanOptional<CZanOptional<int32>>( CZanOptional<int32>() ).IsSet() );
 }
 
@@ -205,9 +192,7 @@ TEST_CASE( "CZanOptional Perfect Forward Assignment", "[optional]" )
     REQUIRE( ( HasThree( Optional, CLifeObserver::CopyConstructed ) && Value == 3 ) );
     Optional = std::move( Value );
     REQUIRE( ( HasThree( Optional, CLifeObserver::MoveConstructed ) && Value == 0 ) );
-    CText Text;
-    Text = "text";
-    REQUIRE( Text.Get() == "text" );
+    REQUIRE( ( CText() = "text" ).Get() == "text" );
 }
 
 #if defined( ZAN_CHECK_PRECONDITIONS )

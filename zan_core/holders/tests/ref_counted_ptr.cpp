@@ -88,8 +88,7 @@ TEST_CASE( "CZanPtr Default Constructor", "[scoped_ptr]" )
 
 TEST_CASE( "CZanPtr std::nullptr_t Constructor", "[scoped_ptr]" )
 {
-    const COwner Owner = nullptr;
-    REQUIRE( ( !Owner && Owner == COwner() && !COwner( Owner ) ) );
+    REQUIRE( ( !COwner( nullptr ) && COwner( nullptr ) == COwner() ) );
 }
 
 TEST_CASE_METHOD( SLifeCase, "CZanPtr Pointer Constructor", "[scoped_ptr]" )
@@ -118,15 +117,13 @@ TEST_CASE_METHOD( SLifeCase, "CZanPtr Pointer Constructor", "[scoped_ptr]" )
 
 TEST_CASE_METHOD( SLifeCase, "ZanMakePtr", "[scoped_ptr]" )
 {
-    REQUIRE( Holds( ZanMakePtr<SCounted>(), 0, 1 ) );
-    REQUIRE( Holds( ZanMakePtr<SCounted>( 3, &_Life ), 3, 1 ) );
-    auto pValue = std::make_unique<int32>( 3 );
+    REQUIRE( ( Holds( ZanMakePtr<SCounted>(), 0, 1 ) && Holds( ZanMakePtr<SCounted>( 3, &_Life ), 3, 1 ) ) );
     struct STaker : CZanRefCountable
     {
         explicit STaker( std::unique_ptr<int32>&& pTaken ) : _pValue( std::move( pTaken ) ) {}
         std::unique_ptr<int32> _pValue;
     };
-    REQUIRE( *ZanMakePtr<STaker>( std::move( pValue ) )->_pValue == 3 );
+    REQUIRE( *ZanMakePtr<STaker>( std::make_unique<int32>( 3 ) )->_pValue == 3 );
 }
 
 TEST_CASE_METHOD( SLifeCase, "CZanPtr::Reset", "[scoped_ptr]" )
@@ -218,6 +215,5 @@ TEST_CASE_METHOD( SLifeCase, "CZanPtr std::nullptr_t Assign", "[scoped_ptr]" )
 {
     COwner Owner( Make( 3 ) );
     const COwner Copy = Owner;
-    Owner = nullptr;
-    REQUIRE( ( !Owner && Holds( Copy, 3, 1 ) ) );
+    REQUIRE( ( !( Owner = nullptr ) && Holds( Copy, 3, 1 ) ) );
 }

@@ -67,8 +67,7 @@ TEST_CASE( "CZanScopedPtr Default Constructor", "[scoped_ptr]" )
 
 TEST_CASE( "CZanScopedPtr std::nullptr_t Constructor", "[scoped_ptr]" )
 {
-    const CBase Owner = nullptr;
-    REQUIRE( ( !Owner && Owner == CBase() ) );
+    REQUIRE( ( !CBase( nullptr ) && CBase( nullptr ) == CBase() ) );
 }
 
 TEST_CASE_METHOD( SLifeCase, "CZanScopedPtr Pointer Constructor", "[scoped_ptr]" )
@@ -87,21 +86,17 @@ TEST_CASE_METHOD( SLifeCase, "CZanScopedPtr Pointer Constructor", "[scoped_ptr]"
 
 TEST_CASE( "ZanMakeScopedPtr", "[scoped_ptr]" )
 {
-    REQUIRE( *ZanMakeScopedPtr<int32>() == 0 );
-    REQUIRE( *ZanMakeScopedPtr<SMoveOnly>( SMoveOnly( 3 ) ) == 3 );
+    REQUIRE( ( *ZanMakeScopedPtr<int32>() == 0 && *ZanMakeScopedPtr<SMoveOnly>( SMoveOnly( 3 ) ) == 3 ) );
 }
 
 TEST_CASE_METHOD( SLifeCase, "CZanScopedPtr::Reset", "[scoped_ptr]" )
 {
     CBase Owner( Make( 3 ) );
     Owner.Reset( Make( 4 ) );
-    REQUIRE( ( *Owner == 4 && _Life.GetLiveCount() == 1 ) );
     Owner.Reset( Owner.GetPtr() );
     REQUIRE( ( *Owner == 4 && _Life.GetLiveCount() == 1 ) );
     Owner.Reset( new SDerived( 5, &_Life ) );
-    REQUIRE( Owner->IsDerived() );
-    Owner.Reset();
-    REQUIRE( ( !Owner && _Life.GetLiveCount() == 0 ) );
+    REQUIRE( ( Owner->IsDerived() && ( Owner.Reset(), !Owner ) && _Life.GetLiveCount() == 0 ) );
 }
 
 TEST_CASE_METHOD( SLifeCase, "CZanScopedPtr::Release", "[scoped_ptr]" )
@@ -143,8 +138,7 @@ TEST_CASE_METHOD( SLifeCase, "CZanScopedPtr Move Assign", "[scoped_ptr]" )
 TEST_CASE_METHOD( SLifeCase, "CZanScopedPtr std::nullptr_t Assign", "[scoped_ptr]" )
 {
     CBase Owner( Make( 3 ) );
-    Owner = nullptr;
-    REQUIRE( ( !Owner && _Life.GetLiveCount() == 0 ) );
+    REQUIRE( ( !( Owner = nullptr ) && _Life.GetLiveCount() == 0 ) );
 }
 
 TEST_CASE_METHOD( SLifeCase, "ZanMakeScopedArray", "[scoped_ptr]" )

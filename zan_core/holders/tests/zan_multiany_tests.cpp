@@ -25,19 +25,16 @@ struct TValue
     std::array<int32, Index % 3 == 0 ? 40 : 2> _Values = {};
 };
 
-CCopyableValues MakeTwo()
+CCopyableValues MakeTwo( CCopyableValues Values = {} )
 {
-    CCopyableValues Values;
-    Values.SetValue( CString( "text" ) );
-    Values.SetValue( 3 );
-    return Values;
+    return Values.SetValue( CString( "text" ) ), Values.SetValue( 3 ), Values;
 }
 
 bool HasTwo( const CCopyableValues& Values )
 {
-    const CString* const pText = Values.GetValue<CString>();
-    const int32* const pNumber = Values.GetValue<int32>();
-    return pText != nullptr && *pText == "text" && pNumber != nullptr && *pNumber == 3;
+    CString Text;
+    int32 Number = 0;
+    return Values.GetValue( Text ) && Text == "text" && Values.GetValue( Number ) && Number == 3;
 }
 } // namespace
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <random>
+#include <string>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -46,18 +47,6 @@ void Free( CZanAllocator& Pool, const CItems& Items )
     std::for_each( Items.begin(), Items.end(), [ & ]( void* pItem ) { Pool.Free( pItem ); } );
 }
 
-/// The items of a block in the order in which a new one hands them out, which is that of their addresses.
-template <typename T, bool bSynchronized>
-CItems GetBlock( const CZanPoolAllocator<T, bSynchronized>& Pool, void* pFirst )
-{
-    CItems Items;
-    for ( uint64 i = 0; i < Pool.GetPoolSize(); ++i )
-    {
-        Items.push_back( static_cast<char*>( pFirst ) + i * std::max( sizeof( T ), sizeof( void* ) ) );
-    }
-    return Items;
-}
-
 bool HasDuplicates( CItems Items )
 {
     std::sort( Items.begin(), Items.end() );
@@ -70,10 +59,46 @@ bool Has( const TPool& Pool, uint64 Capacity, uint64 FreeCount )
 {
     return Pool.CheckInvariants() && Pool.GetCapacity() == Capacity && Pool.CalcFreeCount() == FreeCount;
 }
+/// Takes an item for each '+', frees the one that a digit counts among those in use, and null for an 'n'.
+/// True when the pool hands out what was freed last, and then its blocks in the order of their addresses.
+template <typename T, bool bSynchronized>
+bool IsStack( CZanPoolAllocator<T, bSynchronized> Pool, const std::string& Steps )
+{
+    CItems Used, Stack;
+    bool bRight = true;
+    for ( size_t i = 0; i < Steps.size() && bRight; ++i )
+    {
+        if ( Steps[ i ] == '+' )
+        {
+            Used.push_back( Pool.Allocate( 1, 1 ) );
+            for ( uint64 Item = Stack.empty() ? Pool.GetPoolSize() : 0; Item-- > 0; )
+            {
+                const size_t Size = std::max( sizeof( T ), sizeof( void* ) );
+                Stack.push_back( static_cast<char*>( Used.back() ) + Item * Size );
+            }
+            bRight = Used.back() == Stack.back();
+            Stack.pop_back();
+        }
+        else if ( Steps[ i ] == 'n' || Used.empty() )
+        {
+            Pool.Free( nullptr );
+        }
+        else
+        {
+            std::swap( Used[ size_t( Steps[ i ] - '0' ) % Used.size() ], Used.back() );
+            Pool.Free( Stack.emplace_back( Used.back() ) );
+            Used.pop_back();
+        }
+        bRight = bRight && Has( Pool, Stack.size() + Used.size(), Stack.size() );
+    }
+    return bRight && !HasDuplicates( Used );
+}
 } // namespace
 
-/// The registration of a family over all pools.
+// The registrations of families over all pools.
 #define POOL_FAMILY( Name ) TEMPLATE_LIST_TEST_CASE( Name, "[allocator][pool_allocator]", TPoolAllocators )
+#define STACK_FAMILY( Name, Steps )                                                                          \
+    POOL_FAMILY( "CZanPoolAllocator " Name ) { REQUIRE( IsStack( TestType( PoolSize ), Steps ) ); }
 
 POOL_FAMILY( "CZanPoolAllocator allocate once" )
 {
@@ -85,55 +110,12 @@ POOL_FAMILY( "CZanPoolAllocator allocate once" )
     REQUIRE( ( &Pool.GetAllocator() == &Allocator && Allocator.GetTotalAllocationCount() == 0 ) );
 }
 
-POOL_FAMILY( "CZanPoolAllocator allocate twice" )
-{
-    TestType Pool( PoolSize );
-    const CItems Items = Allocate( Pool, 2 );
-    REQUIRE( ( Items[ 1 ] == GetBlock( Pool, Items[ 0 ] )[ 1 ] && Has( Pool, PoolSize, PoolSize - 2 ) ) );
-}
-
-POOL_FAMILY( "CZanPoolAllocator allocate from free list" )
-{
-    TestType Pool( PoolSize );
-    void* const pFirstItem = Pool.Allocate( 1, 1 );
-    Free( Pool, { pFirstItem, nullptr } );
-    REQUIRE( Has( Pool, PoolSize, PoolSize ) );
-    REQUIRE( Pool.Allocate( 1, 1 ) == pFirstItem );
-}
-
-POOL_FAMILY( "CZanPoolAllocator allocate one full block" )
-{
-    TestType Pool( PoolSize );
-    const CItems Items = Allocate( Pool, PoolSize );
-    REQUIRE( ( Items == GetBlock( Pool, Items[ 0 ] ) && Has( Pool, PoolSize, 0 ) ) );
-}
-
-POOL_FAMILY( "CZanPoolAllocator allocate two full blocks" )
-{
-    TestType Pool( PoolSize );
-    const CItems First = Allocate( Pool, PoolSize ), Second = Allocate( Pool, PoolSize );
-    REQUIRE( ( First == GetBlock( Pool, First[ 0 ] ) && Second == GetBlock( Pool, Second[ 0 ] ) ) );
-    REQUIRE( Has( Pool, 2 * PoolSize, 0 ) );
-}
-
-POOL_FAMILY( "CZanPoolAllocator free and reuse first block" )
-{
-    TestType Pool( PoolSize );
-    const CItems First = Allocate( Pool, PoolSize ), Second = Allocate( Pool, PoolSize );
-    Free( Pool, First );
-    REQUIRE( Has( Pool, 2 * PoolSize, PoolSize ) );
-    REQUIRE( Allocate( Pool, PoolSize ) == CItems( First.rbegin(), First.rend() ) );
-}
-
-POOL_FAMILY( "CZanPoolAllocator allocate from new block after exhausting free list" )
-{
-    TestType Pool( PoolSize );
-    CItems Items = Allocate( Pool, PoolSize );
-    Pool.Free( Items[ 1 ] );
-    REQUIRE( Pool.Allocate( 1, 1 ) == Items[ 1 ] );
-    Items.push_back( Pool.Allocate( 1, 1 ) );
-    REQUIRE( ( !HasDuplicates( Items ) && Has( Pool, 2 * PoolSize, PoolSize - 1 ) ) );
-}
+STACK_FAMILY( "allocate twice", "++" )
+STACK_FAMILY( "allocate from free list", "+0n+" )
+STACK_FAMILY( "allocate one full block", "++++" )
+STACK_FAMILY( "allocate two full blocks", "++++++++" )
+STACK_FAMILY( "free and reuse first block", "++++++++0123++++" )
+STACK_FAMILY( "allocate from new block after exhausting free list", "++++1++" )
 
 POOL_FAMILY( "CZanPoolAllocator move constructor and assignment operator" )
 {
@@ -189,31 +171,12 @@ TEST_CASE( "CZanPoolAllocator destroy without destroying elements", "[allocator]
 POOL_FAMILY( "CZanPoolAllocator hands out items as a stack does" )
 {
     std::mt19937 Random( 5 );
-    TestType Pool( GENERATE( 1u, 2u, 7u ) );
-    CItems Used, Stack;
-    bool bRight = true;
-    for ( int32 i = 0; i < 2000 && bRight; ++i )
+    std::string Steps( 2000, '+' );
+    for ( char& Step : Steps )
     {
-        if ( Used.empty() || Random() % 100 < 52 )
-        {
-            Used.push_back( Pool.Allocate( 1, 1 ) );
-            if ( Stack.empty() )
-            {
-                Stack = GetBlock( Pool, Used.back() );
-                std::reverse( Stack.begin(), Stack.end() );
-            }
-            bRight = Used.back() == Stack.back();
-            Stack.pop_back();
-        }
-        else
-        {
-            std::swap( Used[ Random() % Used.size() ], Used.back() );
-            Pool.Free( Stack.emplace_back( Used.back() ) );
-            Used.pop_back();
-        }
-        bRight = bRight && Has( Pool, Stack.size() + Used.size(), Stack.size() );
+        Step = Random() % 100 < 52 ? '+' : static_cast<char>( '0' + Random() % 70 );
     }
-    REQUIRE( ( bRight && !HasDuplicates( Used ) ) );
+    REQUIRE( IsStack( TestType( GENERATE( 1u, 2u, 7u ) ), Steps ) );
 }
 
 TEST_CASE( "CZanPoolAllocator honours the alignment of its items", "[allocator][pool_allocator]" )
@@ -247,11 +210,10 @@ TEST_CASE( "CZanSynchronizedPoolAllocator serves several threads", "[allocator][
             } );
             Pool.Reserve( 6 );
             FaultCount += Pool.GetCapacity() < 6;
-            for ( void* const pItem : Items )
-            {
+            std::for_each( Items.begin(), Items.end(), [ & ]( void* pItem ) {
                 const auto& Values = static_cast<const CItem*>( pItem )->_Values;
                 FaultCount += Values[ 0 ] != Mark || Values[ 2 ] != Mark;
-            }
+            } );
             // The last one is freed by whichever thread comes by next.
             Free( Pool, CItems( Items.begin(), Items.end() - 1 ) );
             Pool.Free( pHandedOver.exchange( Items.back() ) );

@@ -4,6 +4,7 @@
 #include "zan_test/include/zan_test_catch.h"
 #include "zan_test/include/zan_test_matchers.h"
 
+#include <algorithm>
 #include <cctype>
 #include <limits>
 #include <list>
@@ -37,30 +38,29 @@ void CheckParts( const TFunction& Function, const SCase ( &Cases )[ N ] )
 }
 
 constexpr CZanStringView Blank = " \t\r\n";
+
+/// Cases with blanks are those of the default as well.
+template <typename TTrim, size_t N>
+void CheckTrim( const TTrim& Trim, const SCase ( &Cases )[ N ] )
+{
+    CheckParts( Trim, Cases );
+    CheckParts(
+        [ & ]( auto Text, auto Chars ) { return Chars == Blank ? Trim( Text ) : Trim( Text, Chars ); },
+        Cases );
+}
 const CZanStringView Suffixes[] = { "", "k", "m" };
 
 std::string Format( int64 Value, uint32 Digits, uint32 Decimals, uint32 Base = 1000 )
 {
     return FormatIntegerWithExponentialSuffix( Value, Digits, Decimals, Base, Suffixes ).GetString();
 }
-std::string Metric( int64 Value, uint32 Digits, uint32 Decimals )
-{
-    return FormatMetric( Value, Digits, Decimals ).GetString();
-}
-std::string Bytes( int64 Value, uint32 Digits, uint32 Decimals )
-{
-    return FormatBytes( Value, Digits, Decimals ).GetString();
-}
 
 std::vector<std::string> Split( CZanStringView Text, CZanStringView Delimiter, int32 Max = 2147483647 )
 {
     const std::vector<char> Chars( begin( Text ), end( Text ) ); // nothing readable behind them
+    const auto Pieces = SplitLong( CZanStringView( Chars.data(), Text.GetSize() ), Delimiter, Max );
     std::vector<std::string> Result;
-    for ( const CString& Element :
-        SplitLong( CZanStringView( Chars.data(), Text.GetSize() ), Delimiter, Max ) )
-    {
-        Result.push_back( Element.GetString() );
-    }
+    Pieces.ForEach( [ & ]( const CString& Piece ) { Result.push_back( Piece.GetString() ); } );
     return Result;
 }
 using CStrings = std::vector<std::string>;
@@ -68,43 +68,27 @@ using CStrings = std::vector<std::string>;
 using TStringContainerTypes = std::tuple<CZanArray<CString>, CZanArray<CZanStringView>,
     CZanArray<const char*>, CZanInlineBufArray<CString, 4>, std::list<CString>>;
 
-template <typename T>
-void AppendTo( CZanArray<T>& Container, const char* pText )
-{
-    Container.AppendEmplace( pText );
-}
-template <typename T>
-void AppendTo( std::list<T>& Container, const char* pText )
-{
-    Container.emplace_back( pText );
-}
-
-std::string WithCase( std::string Text, size_t Count, auto bUpper )
-{
-    for ( size_t i = 0; i < std::min( Count, Text.size() ); ++i )
-    {
-        Text[ i ] = static_cast<char>( bUpper() ? std::toupper( Text[ i ] ) : std::tolower( Text[ i ] ) );
-    }
-    return Text;
-}
-constexpr auto Upper = [] { return true; };
-constexpr auto Lower = [] { return false; };
-constexpr auto Any = [] {
-    static std::minstd_rand Random;
-    return Random() % 2 == 0;
-};
-
-template <typename TCase, size_t Count>
+/// The first Count letters in lower case (Kind 0), in upper case (1), or in either (2).
+template <int32 Kind, size_t Count>
 struct SMutator
 {
-    std::string operator()( const std::string& Text ) const { return WithCase( Text, Count, TCase() ); }
+    std::string operator()( std::string Text ) const
+    {
+        static std::minstd_rand Random;
+        std::transform( Text.begin(), Text.begin() + int64( std::min( Count, Text.size() ) ), Text.begin(),
+            []( char Char ) {
+                const bool bUpper = Kind == 1 || ( Kind == 2 && Random() % 2 == 0 );
+                return static_cast<char>( bUpper ? std::toupper( Char ) : std::tolower( Char ) );
+            } );
+        return Text;
+    }
 };
-using SMakeLowercase = SMutator<decltype( Lower ), 999>;
-using SMakeUppercase = SMutator<decltype( Upper ), 999>;
-using SMakeRandomcase = SMutator<decltype( Any ), 999>;
-using SMakeFirstLowerCase = SMutator<decltype( Lower ), 1>;
-using SMakeFirstUpperCase = SMutator<decltype( Upper ), 1>;
-using SMakeFirstRandomCase = SMutator<decltype( Any ), 1>;
+using SMakeLowercase = SMutator<0, 999>;
+using SMakeUppercase = SMutator<1, 999>;
+using SMakeRandomcase = SMutator<2, 999>;
+using SMakeFirstLowerCase = SMutator<0, 1>;
+using SMakeFirstUpperCase = SMutator<1, 1>;
+using SMakeFirstRandomCase = SMutator<2, 1>;
 
 template <typename... TMutators>
 struct SPairs
@@ -151,40 +135,28 @@ void CheckIgnoreCase( bool ( *Function )( CZanStringView, CZanStringView ), bool
 
 TEST_CASE( "NZanStringUtils::TrimFront", "[text]" )
 {
-    const auto Default = []( CZanStringView View, CZanStringView ) { return TrimFront( View ); };
-    const auto Given = []( auto View, auto Chars ) { return TrimFront( View, Chars ); };
-    const SCase Blanks[] = { { "\t \r\n \n\t\r    abc\n\r\t  \t\t  ", Blank, "abc\n\r\t  \t\t  " },
-        { " \n\r\t  \t\t  ", Blank, "" }, { "         \v", Blank, "\v" }, { "        \xA0 ", Blank, "\xA0 " },
-        { "        \x8D        ", Blank, "\x8D        " }, { "", Blank, "" } };
-    CheckParts( Default, Blanks );
-    CheckParts( Given, Blanks );
-    CheckParts( Given, { { "\t \r\n abc ", " ", "\t \r\n abc " }, { "\xE4\xA4 x", "\xA4\xE4", " x" },
-                           { "  1232343abc983453  ", "0123456789", "  1232343abc983453  " },
-                           { "29 807 3 4958   7 232", "0123456789 ", "" }, { " a", "", " a" } } );
+    CheckTrim( []( auto... What ) { return TrimFront( What... ); },
+        { { "\t \r\n \n\t\r    abc\n\r\t  \t\t  ", Blank, "abc\n\r\t  \t\t  " },
+            { " \n\r\t  \t\t  ", Blank, "" }, { "         \v", Blank, "\v" },
+            { "        \xA0 ", Blank, "\xA0 " }, { "        \x8D        ", Blank, "\x8D        " },
+            { "", Blank, "" }, { "\t \r\n abc ", " ", "\t \r\n abc " }, { "\xE4\xA4 x", "\xA4\xE4", " x" },
+            { "29 807 3 4958   7 232", "0123456789 ", "" }, { " a", "", " a" } } );
 }
 
 TEST_CASE( "NZanStringUtils::TrimBack", "[text]" )
 {
-    const auto Default = []( CZanStringView View, CZanStringView ) { return TrimBack( View ); };
-    const auto Given = []( auto View, auto Chars ) { return TrimBack( View, Chars ); };
-    const SCase Blanks[] = { { "\t \n\t\r    abc\n\r\t  \t\t  ", Blank, "\t \n\t\r    abc" },
-        { " \n\r\t  \t\t  ", Blank, "" }, { "\v         ", Blank, "\v" }, { "abc", Blank, "abc" },
-        { "x\x89\n       ", Blank, "x\x89" }, { "", Blank, "" } };
-    CheckParts( Default, Blanks );
-    CheckParts( Given, Blanks );
-    CheckParts(
-        Given, { { " abc\n ", " ", " abc\n" }, { "abc983453", "0123456789", "abc" }, { "a ", "", "a " } } );
+    CheckTrim( []( auto... What ) { return TrimBack( What... ); },
+        { { "\t \n\t\r    abc\n\r\t  \t\t  ", Blank, "\t \n\t\r    abc" }, { " \n\r\t  \t\t  ", Blank, "" },
+            { "\v         ", Blank, "\v" }, { "abc", Blank, "abc" }, { "x\x89\n       ", Blank, "x\x89" },
+            { "", Blank, "" }, { " abc\n ", " ", " abc\n" }, { "abc983453", "0123456789", "abc" },
+            { "a ", "", "a " } } );
 }
 
 TEST_CASE( "NZanStringUtils::Trim", "[text]" )
 {
-    const auto Default = []( CZanStringView View, CZanStringView ) { return Trim( View ); };
-    const auto Given = []( auto View, auto Chars ) { return Trim( View, Chars ); };
-    const SCase Blanks[] = { { "\t \n\t\r    a b\n\r\t  \t\t  ", Blank, "a b" }, { " \t\n\r ", Blank, "" },
-        { "\n               ", Blank, "" }, { "a", Blank, "a" } };
-    CheckParts( Default, Blanks );
-    CheckParts( Given, Blanks );
-    CheckParts( Given, { { "12a34b56", "0123456789", "a34b" } } );
+    CheckTrim( []( auto... What ) { return Trim( What... ); },
+        { { "\t \n\t\r    a b\n\r\t  \t\t  ", Blank, "a b" }, { " \t\n\r ", Blank, "" },
+            { "\n               ", Blank, "" }, { "a", Blank, "a" }, { "12a34b56", "0123456789", "a34b" } } );
     REQUIRE( Trim( CZanStringView() ).GetData() == nullptr );
 }
 
@@ -246,23 +218,23 @@ TEST_CASE( "NZanStringUtils::FormatIntegerWithExponentialSuffix()", "[text]" )
 
 TEST_CASE( "NZanStringUtils::FormatMetric()", "[text]" )
 {
-    REQUIRE(
-        ( Metric( 100000000000000000, 1, 0 ) == "100 P" && Metric( 1000000000000000001, 1, 0 ) == "1 E" ) );
-    REQUIRE( (
-        Metric( 1000, 2, 0 ) == "1.0 K" && Metric( 10000, 1, 2 ) == "10.0 K" && Metric( 7, 1, 0 ) == "7" ) );
-    REQUIRE( Metric( std::numeric_limits<int64>::min(), 1, 0 ) == "-9 E" );
-    REQUIRE( Metric( std::numeric_limits<int64>::max(), 5, 0 ) == "9.2233 E" );
+    REQUIRE( ( FormatMetric( 100000000000000000, 1, 0 ) == "100 P" &&
+               FormatMetric( 1000000000000000001, 1, 0 ) == "1 E" ) );
+    REQUIRE( ( FormatMetric( 1000, 2, 0 ) == "1.0 K" && FormatMetric( 10000, 1, 2 ) == "10.0 K" &&
+               FormatMetric( 7, 1, 0 ) == "7" ) );
+    REQUIRE( FormatMetric( std::numeric_limits<int64>::min(), 1, 0 ) == "-9 E" );
+    REQUIRE( FormatMetric( std::numeric_limits<int64>::max(), 5, 0 ) == "9.2233 E" );
 }
 
 TEST_CASE( "NZanStringUtils::FormatBytes()", "[text]" )
 {
-    REQUIRE( ( Bytes( 1023, 1, 0 ) == "1023 B" && Bytes( 1024, 1, 0 ) == "1 KB" ) );
-    REQUIRE( ( Bytes( 1048575, 2, 0 ) == "1023 KB" && Bytes( 102399, 3, 0 ) == "99.9 KB" ) );
-    REQUIRE( ( Bytes( 2047, 3, 0 ) == "1.99 KB" && Bytes( -1, 3, 1 ) == "-1.00 B" ) );
-    REQUIRE( ( Bytes( 1127025806749466624, 1, 0 ) == "1001 PB" &&
-               Bytes( 1152921504606846976, 3, 0 ) == "1.00 EB" ) );
-    REQUIRE( Bytes( std::numeric_limits<int64>::max(), 3, 0 ) == "7.99 EB" );
-    REQUIRE( Bytes( std::numeric_limits<int64>::min(), 1, 3 ) == "-8.000 EB" );
+    REQUIRE( ( FormatBytes( 1023, 1, 0 ) == "1023 B" && FormatBytes( 1024, 1, 0 ) == "1 KB" ) );
+    REQUIRE( ( FormatBytes( 1048575, 2, 0 ) == "1023 KB" && FormatBytes( 102399, 3, 0 ) == "99.9 KB" ) );
+    REQUIRE( ( FormatBytes( 2047, 3, 0 ) == "1.99 KB" && FormatBytes( -1, 3, 1 ) == "-1.00 B" ) );
+    REQUIRE( ( FormatBytes( 1127025806749466624, 1, 0 ) == "1001 PB" &&
+               FormatBytes( 1152921504606846976, 3, 0 ) == "1.00 EB" ) );
+    REQUIRE( FormatBytes( std::numeric_limits<int64>::max(), 3, 0 ) == "7.99 EB" );
+    REQUIRE( FormatBytes( std::numeric_limits<int64>::min(), 1, 3 ) == "-8.000 EB" );
 }
 
 TEST_CASE( "NZanStringUtils::TryParseBool", "[text]" )
@@ -323,9 +295,14 @@ TEMPLATE_LIST_TEST_CASE( "NZanStringUtils::Join", "[text]", TStringContainerType
 {
     const auto JoinAll = []( std::vector<const char*> Texts, CZanStringView Delimiter ) {
         TestType Container;
-        for ( const char* pText : Texts )
+        if constexpr ( std::is_same_v<TestType, std::list<CString>> )
         {
-            AppendTo( Container, pText );
+            Container.assign( Texts.begin(), Texts.end() );
+        }
+        else
+        {
+            std::for_each(
+                Texts.begin(), Texts.end(), [ & ]( auto pText ) { Container.AppendEmplace( pText ); } );
         }
         return Join( Container, Delimiter ).GetString();
     };
@@ -355,13 +332,10 @@ TEST_CASE( "NZanStringUtils::ContainsIgnoreCase against the standard", "[text]" 
         std::string Haystack( Random() % 70, ' ' ), Needle( Random() % 5, ' ' );
         for ( std::string* pText : { &Haystack, &Needle } )
         {
-            for ( char& Char : *pText )
-            {
-                Char = "aAbB@`"[ Random() % 6 ];
-            }
+            std::generate( pText->begin(), pText->end(), [ & ] { return "aAbB@`"[ Random() % 6 ]; } );
         }
-        const bool bExpected =
-            WithCase( Haystack, 999, Lower ).find( WithCase( Needle, 999, Lower ) ) != std::string::npos;
+        const auto Lower = SMakeLowercase();
+        const bool bExpected = Lower( Haystack ).find( Lower( Needle ) ) != std::string::npos;
         CAPTURE( Haystack, Needle );
         REQUIRE( ContainsIgnoreCase( CString( Haystack ), CString( Needle ) ) == bExpected );
     }
