@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <atomic>
 #include <compare>
-#include <iterator>
 #include <set>
 #include <string>
 #include <thread>
@@ -18,24 +17,19 @@ TEST_CASE( "CZanDeque", "[container]" )
 {
     CZanDeque<int32> Deque( 1024 );
     int32 Item = 42;
-    REQUIRE( ( Deque.GetSize() == 0 && Deque.GetCapacity() == 1024 ) );
     Deque.Push( &Item );
-    REQUIRE( Deque.GetSize() == 1 );
-    REQUIRE( ( Deque.Pop() == &Item && Deque.GetSize() == 0 ) );
+    REQUIRE( ( Deque.GetSize() == 1 && Deque.GetCapacity() == 1024 && Deque.Pop() == &Item ) );
 }
 
 TEST_CASE( "CZanDeque operations", "[container]" )
 {
     CZanDeque<int32> Deque( 4 );
-    int32 Items[] = { 42, 43, 44 };
+    int32 Items[ 3 ];
     for ( int32 i = 0; i < 10; ++i ) // further than the ring is long
     {
-        for ( int32& Item : Items )
-        {
-            Deque.Push( &Item );
-        }
-        REQUIRE( ( *Deque.Steal() == 42 && *Deque.Pop() == 44 && Deque.GetSize() == 1 ) );
-        REQUIRE( ( i % 2 == 0 ? Deque.Steal() : Deque.Pop() ) == &Items[ 1 ] );
+        std::for_each( Items, Items + 3, [ & ]( int32& Item ) { Deque.Push( &Item ); } );
+        REQUIRE( ( Deque.Steal() == Items && Deque.Pop() == Items + 2 && Deque.GetSize() == 1 ) );
+        REQUIRE( ( i % 2 == 0 ? Deque.Steal() : Deque.Pop() ) == Items + 1 );
         REQUIRE( ( Deque.Pop() == nullptr && Deque.Steal() == nullptr && Deque.GetSize() == 0 ) );
     }
     REQUIRE( Deque.GetCapacity() == 4 );
@@ -45,22 +39,22 @@ TEST_CASE( "CZanDeque grow", "[container]" )
 {
     for ( const int32 Capacity : { 1, 2, 8 } )
     {
-        std::vector<int32> Items( 100 );
+        int32 Items[ 100 ];
         CZanDeque<int32> Deque( static_cast<uint64>( Capacity ) );
-        for ( int32 i = 0; i < Capacity - 1; ++i ) // so that the items do not begin at the first slot
+        for ( int32 i = 1; i < Capacity; ++i ) // so that the items do not begin at the first slot
         {
-            Deque.Push( Items.data() );
+            Deque.Push( Items );
             Deque.Steal();
         }
         for ( int32 i = 0; i < 100; ++i )
         {
-            Deque.Push( &Items[ static_cast<size_t>( i ) ] );
+            Deque.Push( Items + i );
             REQUIRE( Deque.GetSize() == i + 1 );
             REQUIRE( ( Deque.GetCapacity() > i && Deque.GetCapacity() <= std::max( Capacity, 2 * i ) ) );
         }
-        for ( size_t i = 0; i < 50; ++i )
+        for ( int32 i = 0; i < 50; ++i )
         {
-            REQUIRE( ( Deque.Steal() == &Items[ i ] && Deque.Pop() == &Items[ 99 - i ] ) );
+            REQUIRE( ( Deque.Steal() == Items + i && Deque.Pop() == Items + 99 - i ) );
         }
     }
 }
@@ -129,9 +123,6 @@ TEST_CASE( "CZanDeque hands each item to one thread", "[container]" )
     REQUIRE( std::count( TakenCounts.begin(), TakenCounts.end(), 1 ) == ItemCount );
 }
 
-// --- The protocol's model
-// ------------------------------------------------------------------------------------
-
 namespace
 {
 /// What can be wrong with the protocol.
@@ -147,97 +138,58 @@ enum class EFault
 
 constexpr int32 Top = 0, Bottom = 1, Slots = 2; // places in memory; the ring has a slot for each item
 
+struct SModelThread
+{
+    int32 _Step = 0, _DoneCount = 0, _Top = 0, _Bottom = 0, _Item = 0;
+    auto operator<=>( const SModelThread& ) const = default;
+};
+
 /// What the threads see and remember: the owner, whose stores wait in a buffer as on x86, and two thieves,
 /// who store by compare-and-swap only.
 struct SModelState
 {
-    struct SThread
-    {
-        int32 _Step = 0, _DoneCount = 0, _Top = 0, _Bottom = 0, _Item = 0;
-        auto operator<=>( const SThread& ) const = default;
-    };
-    struct SStore
-    {
-        int32 _Place = 0, _Value = 0;
-        auto operator<=>( const SStore& ) const = default;
-    };
-
     auto operator<=>( const SModelState& ) const = default;
-    int32 Read( int32 Place ) const; // by the owner: its own latest store first
-    void Write( int32 Place, int32 Value ) { _Buffer.push_back( { Place, Value } ); }
-    bool Claim( int32 Index, bool bCompares );
-    bool IsEndRight() const;
 
-    int32 _Memory[ 6 ] = {};
-    int32 _PushCount = 0;
-    int32 _TakenCounts[ 5 ] = {}; // by item, from 1; a thread that finds no item in a slot takes 0
-    SThread _Threads[ 3 ];        // the owner first
-    std::vector<SStore> _Buffer;
-};
-
-int32 SModelState::Read( int32 Place ) const
-{
-    const auto iStore = std::find_if(
-        _Buffer.rbegin(), _Buffer.rend(), [ & ]( const SStore& Store ) { return Store._Place == Place; } );
-    return iStore != _Buffer.rend() ? iStore->_Value : _Memory[ Place ];
-}
-
-bool SModelState::Claim( int32 Index, bool bCompares )
-{
-    const bool bWon = !bCompares || _Memory[ Top ] == Index;
-    _Memory[ Top ] = bWon ? Index + 1 : _Memory[ Top ];
-    return bWon;
-}
-
-bool SModelState::IsEndRight() const
-{
-    int32 Counts[ 5 ];
-    std::copy( std::begin( _TakenCounts ), std::end( _TakenCounts ), Counts );
-    for ( int32 i = _Memory[ Top ]; i < _Memory[ Bottom ]; ++i )
+    /// By the owner: its own latest store first.
+    int32 Read( int32 Place ) const
     {
-        ++Counts[ _Memory[ Slots + i ] ]; // still in the deque
+        int32 Value = _Memory[ Place ];
+        for ( const auto& [ StorePlace, StoreValue ] : _Buffer )
+        {
+            Value = StorePlace == Place ? StoreValue : Value;
+        }
+        return Value;
     }
-    return Counts[ 0 ] == 0 && std::count( Counts + 1, Counts + 1 + _PushCount, 1 ) == _PushCount;
-}
+    bool Claim( int32 Index, bool bCompares )
+    {
+        const bool bWon = !bCompares || _Memory[ Top ] == Index;
+        _Memory[ Top ] = bWon ? Index + 1 : _Memory[ Top ];
+        return bWon;
+    }
 
-/// Runs pushes and pops of the owner, "+" and "-", and TryCount steals of each thief in every interleaving.
-class CModel
-{
-public:
-    CModel( EFault Fault, std::string Calls, int32 TryCount )
-        : _Fault( Fault ), _Calls( std::move( Calls ) ), _TryCount( TryCount )
-    {}
-
-    /// Whether in each one every item is taken once, or still in the deque at the end.
-    bool IsSafe();
-
-private:
-    void Reach( const SModelState& State );
-    void Flush( SModelState State );
-    void Push( SModelState State );
-    void Pop( SModelState State );
-    void Steal( SModelState State, int32 Thread );
-
-    EFault _Fault;
-    std::string _Calls;
-    int32 _TryCount;
-    std::set<SModelState> _Seen;
-    std::vector<SModelState> _Open;
+    int32 _Memory[ 6 ] = {}, _PushCount = 0;
+    int32 _TakenCounts[ 5 ] = {}; // by item, from 1; a thread that finds no item in a slot takes 0
+    SModelThread _Threads[ 3 ];   // the owner first
+    std::vector<std::pair<int32, int32>> _Buffer; // places and values
 };
 
-bool CModel::IsSafe()
+/// Runs pushes and pops of the owner, "+" and "-", and two steals of each thief in every interleaving.
+struct SModel
 {
-    Reach( {} );
-    bool bIsSafe = true;
-    while ( !_Open.empty() )
+    void Reach( const SModelState& State )
     {
-        const SModelState State = std::move( _Open.back() );
-        _Open.pop_back();
+        if ( !_Seen.insert( State ).second )
+        {
+            return;
+        }
         const size_t DoneCount = static_cast<size_t>( State._Threads[ 0 ]._DoneCount );
         bool bEnd = State._Buffer.empty() && DoneCount == _Calls.size();
-        if ( !State._Buffer.empty() )
+        if ( !State._Buffer.empty() ) // the owner's oldest store comes through
         {
-            Flush( State );
+            SModelState Flushed = State;
+            Flushed._Memory[ State._Buffer[ 0 ].first ] = State._Buffer[ 0 ].second;
+            Flushed._Buffer.erase( Flushed._Buffer.begin() );
+            Reach( Flushed );
         }
         if ( DoneCount < _Calls.size() )
         {
@@ -245,121 +197,119 @@ bool CModel::IsSafe()
         }
         for ( const int32 Thief : { 1, 2 } )
         {
-            if ( State._Threads[ Thief ]._DoneCount < _TryCount )
+            if ( State._Threads[ Thief ]._DoneCount < 2 )
             {
                 Steal( State, Thief );
                 bEnd = false;
             }
         }
-        bIsSafe = bIsSafe && ( !bEnd || State.IsEndRight() );
+        _bIsSafe = _bIsSafe && ( !bEnd || IsEndRight( State ) );
     }
-    return bIsSafe;
-}
 
-void CModel::Reach( const SModelState& State )
-{
-    if ( _Seen.insert( State ).second )
+    /// Whether every item was taken once, or is still in the deque.
+    static bool IsEndRight( SModelState State )
     {
-        _Open.push_back( State );
+        for ( int32 i = State._Memory[ Top ]; i < State._Memory[ Bottom ]; ++i )
+        {
+            ++State._TakenCounts[ State._Memory[ Slots + i ] ];
+        }
+        const int32* const pFirst = State._TakenCounts + 1;
+        return State._TakenCounts[ 0 ] == 0 &&
+               std::count( pFirst, pFirst + State._PushCount, 1 ) == State._PushCount;
     }
-}
 
-/// The owner's oldest store comes through.
-void CModel::Flush( SModelState State )
-{
-    State._Memory[ State._Buffer[ 0 ]._Place ] = State._Buffer[ 0 ]._Value;
-    State._Buffer.erase( State._Buffer.begin() );
-    Reach( State );
-}
+    /// One step, as nobody sees its stores before they leave the buffer.
+    void Push( SModelState State )
+    {
+        const int32 Index = State.Read( Bottom );
+        State._Buffer.insert(
+            State._Buffer.end(), { { Slots + Index, ++State._PushCount }, { Bottom, Index + 1 } } );
+        if ( _Fault == EFault::PushShowsItemFirst )
+        {
+            std::swap( State._Buffer.back(), State._Buffer.rbegin()[ 1 ] );
+        }
+        ++State._Threads[ 0 ]._DoneCount;
+        Reach( State );
+    }
 
-/// One step, as nobody sees its stores before they leave the buffer.
-void CModel::Push( SModelState State )
-{
-    const int32 Index = State.Read( Bottom );
-    State.Write( Slots + Index, ++State._PushCount );
-    State.Write( Bottom, Index + 1 );
-    if ( _Fault == EFault::PushShowsItemFirst )
+    void Pop( SModelState State )
     {
-        std::swap( State._Buffer.back(), State._Buffer.rbegin()[ 1 ] );
+        SModelThread& Owner = State._Threads[ 0 ];
+        const bool bLast = Owner._Step == 2 && Owner._Top == Owner._Bottom;
+        if ( !State._Buffer.empty() && ( bLast || ( Owner._Step == 1 && _Fault != EFault::NoFence ) ) )
+        {
+            return; // a fence and a compare-and-swap wait until the buffer is empty
+        }
+        if ( Owner._Step == 0 )
+        {
+            Owner._Bottom = State.Read( Bottom ) - 1;
+            State._Buffer.emplace_back( Bottom, Owner._Bottom );
+        }
+        else if ( Owner._Step == 1 )
+        {
+            Owner._Top = State.Read( Top );
+        }
+        else
+        {
+            const bool bCompares = _Fault != EFault::NoClaimOfLastItem;
+            if ( bLast ? State.Claim( Owner._Top, bCompares ) : Owner._Top < Owner._Bottom )
+            {
+                ++State._TakenCounts[ State.Read( Slots + Owner._Bottom ) ];
+            }
+            if ( Owner._Top >= Owner._Bottom )
+            {
+                State._Buffer.emplace_back( Bottom, Owner._Bottom + 1 );
+            }
+            Owner = { -1, Owner._DoneCount + 1 };
+        }
+        ++Owner._Step;
+        Reach( State );
     }
-    ++State._Threads[ 0 ]._DoneCount;
-    Reach( State );
-}
 
-void CModel::Pop( SModelState State )
-{
-    SModelState::SThread& Owner = State._Threads[ 0 ];
-    if ( Owner._Step == 0 )
+    void Steal( SModelState State, int32 Thread )
     {
-        Owner._Bottom = State.Read( Bottom ) - 1;
-        State.Write( Bottom, Owner._Bottom );
+        SModelThread& Thief = State._Threads[ Thread ];
+        if ( Thief._Step < 2 )
+        {
+            const bool bReadsTop = ( Thief._Step == 0 ) != ( _Fault == EFault::StealReadsBottomFirst );
+            ( bReadsTop ? Thief._Top : Thief._Bottom ) = State._Memory[ bReadsTop ? Top : Bottom ];
+        }
+        else if ( Thief._Step == 2 && Thief._Top < Thief._Bottom )
+        {
+            Thief._Item = State._Memory[ Slots + Thief._Top ];
+        }
+        else
+        {
+            if ( Thief._Step == 3 && State.Claim( Thief._Top, _Fault != EFault::NoClaimByThief ) )
+            {
+                ++State._TakenCounts[ Thief._Item ];
+            }
+            Thief = { -1, Thief._DoneCount + 1 };
+        }
+        ++Thief._Step;
+        Reach( State );
     }
-    else if ( Owner._Step == 1 )
-    {
-        if ( _Fault != EFault::NoFence && !State._Buffer.empty() )
-        {
-            return; // until the buffer is empty
-        }
-        Owner._Top = State.Read( Top );
-    }
-    else
-    {
-        const bool bLast = Owner._Top == Owner._Bottom;
-        if ( bLast && !State._Buffer.empty() )
-        {
-            return; // a compare-and-swap waits for it too
-        }
-        if ( bLast ? State.Claim( Owner._Top, _Fault != EFault::NoClaimOfLastItem )
-                   : Owner._Top < Owner._Bottom )
-        {
-            ++State._TakenCounts[ State.Read( Slots + Owner._Bottom ) ];
-        }
-        if ( Owner._Top >= Owner._Bottom )
-        {
-            State.Write( Bottom, Owner._Bottom + 1 );
-        }
-        Owner = { -1, Owner._DoneCount + 1 };
-    }
-    ++Owner._Step;
-    Reach( State );
-}
 
-void CModel::Steal( SModelState State, int32 Thread )
-{
-    SModelState::SThread& Thief = State._Threads[ Thread ];
-    if ( Thief._Step < 2 )
-    {
-        const bool bReadsTop = ( Thief._Step == 0 ) != ( _Fault == EFault::StealReadsBottomFirst );
-        ( bReadsTop ? Thief._Top : Thief._Bottom ) = State._Memory[ bReadsTop ? Top : Bottom ];
-    }
-    else if ( Thief._Step == 2 && Thief._Top < Thief._Bottom )
-    {
-        Thief._Item = State._Memory[ Slots + Thief._Top ];
-    }
-    else
-    {
-        if ( Thief._Step == 3 && State.Claim( Thief._Top, _Fault != EFault::NoClaimByThief ) )
-        {
-            ++State._TakenCounts[ Thief._Item ];
-        }
-        Thief = { -1, Thief._DoneCount + 1 };
-    }
-    ++Thief._Step;
-    Reach( State );
-}
+    EFault _Fault;
+    std::string _Calls;
+    bool _bIsSafe = true;
+    std::set<SModelState> _Seen = {};
+};
 } // namespace
 
 TEST_CASE( "CZanDeque protocol in every interleaving", "[container]" )
 {
+    const auto IsSafe = []( EFault Fault, const char* pCalls ) {
+        SModel Model{ Fault, pCalls };
+        Model.Reach( {} );
+        return Model._bIsSafe;
+    };
     for ( const char* pCalls : { "+-", "++-", "++--", "+-+-", "++-+--" } )
     {
-        INFO( pCalls );
-        REQUIRE( CModel( EFault::None, pCalls, 2 ).IsSafe() );
+        REQUIRE( IsSafe( EFault::None, pCalls ) );
     }
-    for ( const EFault Fault : { EFault::NoFence, EFault::NoClaimOfLastItem, EFault::NoClaimByThief,
-              EFault::StealReadsBottomFirst, EFault::PushShowsItemFirst } )
+    for ( int32 i = 1; i <= static_cast<int32>( EFault::PushShowsItemFirst ); ++i )
     {
-        INFO( static_cast<int32>( Fault ) );
-        REQUIRE_FALSE( CModel( Fault, "++--", 2 ).IsSafe() );
+        REQUIRE_FALSE( IsSafe( static_cast<EFault>( i ), "++--" ) );
     }
 }

@@ -8,7 +8,7 @@
 namespace NZanTestUtils
 {
 /// A file over a text that does what the rules of CFile say in the plainest way.
-class CPlainFile final : public CFile
+class CPlainFile : public CFile
 {
 public:
     explicit CPlainFile( const std::string& Content, bool bError ) : _Content( Content ), _bError( bError )

@@ -4,32 +4,19 @@
 #include "zan_core/hashing/zan_unordered_set.h"
 #include "zan_test/include/zan_test_capture.h"
 #include "zan_test/include/zan_test_catch.h"
-#include "zan_test/include/zan_test_matchers.h"
 
 #include <forward_list>
-#include <functional>
 #include <list>
 #include <numeric>
 #include <vector>
 
-using NZanCatch2::EqualsSequence;
 using namespace NZanRange;
 
 namespace
 {
-/// The elements that a ranged for finds.
-template <typename TRange>
-std::vector<int32> List( const TRange& Range )
-{
-    std::vector<int32> Values;
-    for ( const int32 Value : Range )
-    {
-        Values.push_back( Value );
-    }
-    return Values;
-}
+/// The elements that a walk finds.
+std::vector<int32> List( const auto& Range ) { return { Range.begin(), Range.end() }; }
 
-/// The numbers from First up to Last.
 std::vector<int32> Count( int32 First, int32 Last )
 {
     std::vector<int32> Values( static_cast<size_t>( Last - First ) );
@@ -46,7 +33,7 @@ void CheckBasics( TContainer Container )
     REQUIRE( ( Range.AccessIterStart() == Container.begin() && Range.GetIterEnd() == Container.end() ) );
     REQUIRE( ( cbegin( ConstRange ) == Container.begin() && cend( ConstRange ) == Container.end() ) );
     REQUIRE( ( !Range.IsEmpty() && ZanMakeRange( Range ).AccessIterEnd() == Container.end() ) );
-    REQUIRE_THAT( ConstRange, EqualsSequence<decltype( ConstRange )>( 0, 1, 2, 3, 4 ) );
+    REQUIRE( List( ConstRange ) == Count( 0, 5 ) );
     Range.Advance( 3 );
     REQUIRE( ( cbegin( ConstRange.Next( 3 ) ) == cbegin( Range ) && cend( ConstRange ) == cend( Range ) ) );
     *Range.begin() = 5;
@@ -55,8 +42,7 @@ void CheckBasics( TContainer Container )
     {
         REQUIRE( cbegin( Range.Prev( 3 ) ) == cbegin( ConstRange ) );
         REQUIRE( List( ZanMakeReversed( Range ) ) == std::vector{ 4, 5 } );
-        REQUIRE_THAT( ZanMakeReversed( ConstRange ),
-            EqualsSequence<decltype( ZanMakeReversed( ConstRange ) )>( 4, 5, 2, 1, 0 ) );
+        REQUIRE( List( ZanMakeReversed( ConstRange ) ) == std::vector{ 4, 5, 2, 1, 0 } );
     }
     Range.Advance( 2 );
     REQUIRE( Range.IsEmpty() );
@@ -66,33 +52,29 @@ void CheckBasics( TContainer Container )
 template <bool bFromEnd, typename TContainer>
 void CheckSubranges( TContainer Container )
 {
-    for ( const auto& [ First, Last ] :
-        { std::pair( 0, 10 ), { 4, 10 }, { 0, 6 }, { 4, 6 }, { 4, 4 }, { 10, 10 } } )
+    for ( const auto& [ First, Last ] : { std::pair( 0, 10 ), { 4, 10 }, { 0, 6 }, { 4, 6 }, { 10, 10 } } )
     {
-        const std::vector<int32> Expected = Count( First, Last );
-        const auto Check = [ & ]( auto From, auto To ) {
-            REQUIRE( List( ZanMakeRange( Container, From, To ) ) == Expected );
-        };
         const auto Start = StartPlus( First ), End = StartPlus( Last );
         const auto Size = RangeSize( Last - First );
-        Check( Start, End );
-        Check( Start, Size );
-        REQUIRE( List( ZanMakeHeadRange( Container, End ) ) == Count( 0, Last ) );
-        REQUIRE( List( ZanMakeHeadRange( Container, RangeSize( Last ) ) ) == Count( 0, Last ) );
-        REQUIRE( List( ZanMakeTailRange( Container, Start ) ) == Count( First, 10 ) );
-        REQUIRE( ZanMakeRange( Container, Start, End ).IsEmpty() == ( First == Last ) );
+        const std::vector<int32> Part = Count( First, Last ), Head = Count( 0, Last ),
+                                 Tail = Count( First, 10 );
+        REQUIRE( List( ZanMakeRange( Container, Start, End ) ) == Part );
+        REQUIRE( List( ZanMakeRange( Container, Start, Size ) ) == Part );
+        REQUIRE( List( ZanMakeHeadRange( Container, End ) ) == Head );
+        REQUIRE( List( ZanMakeHeadRange( Container, RangeSize( Last ) ) ) == Head );
+        REQUIRE( List( ZanMakeTailRange( Container, Start ) ) == Tail );
         if constexpr ( bFromEnd )
         {
             const auto BackStart = EndMinus( 10 - First ), BackEnd = EndMinus( 10 - Last );
-            Check( Start, BackEnd );
-            Check( BackStart, End );
-            Check( BackStart, BackEnd );
-            Check( BackStart, Size );
-            Check( Size, End );
-            Check( Size, BackEnd );
-            REQUIRE( List( ZanMakeHeadRange( Container, BackEnd ) ) == Count( 0, Last ) );
-            REQUIRE( List( ZanMakeTailRange( Container, BackStart ) ) == Count( First, 10 ) );
-            REQUIRE( List( ZanMakeTailRange( Container, RangeSize( 10 - First ) ) ) == Count( First, 10 ) );
+            REQUIRE( List( ZanMakeRange( Container, Start, BackEnd ) ) == Part );
+            REQUIRE( List( ZanMakeRange( Container, BackStart, End ) ) == Part );
+            REQUIRE( List( ZanMakeRange( Container, BackStart, BackEnd ) ) == Part );
+            REQUIRE( List( ZanMakeRange( Container, BackStart, Size ) ) == Part );
+            REQUIRE( List( ZanMakeRange( Container, Size, End ) ) == Part );
+            REQUIRE( List( ZanMakeRange( Container, Size, BackEnd ) ) == Part );
+            REQUIRE( List( ZanMakeHeadRange( Container, BackEnd ) ) == Head );
+            REQUIRE( List( ZanMakeTailRange( Container, BackStart ) ) == Tail );
+            REQUIRE( List( ZanMakeTailRange( Container, RangeSize( 10 - First ) ) ) == Tail );
         }
     }
 }
@@ -116,14 +98,14 @@ void CheckMember()
     const CZanMappedMembersRangeRef<TTraits, SMutableElementsTag> Range( Source );
     const CZanMappedMembersRangeRef<TTraits> ConstRange = Range;
     REQUIRE( ( !ConstRange.IsEmpty() && ConstRange.GetSize() == 5 ) );
-    REQUIRE_THAT( ConstRange, EqualsSequence<decltype( ConstRange )>( 0, 1, 2, 3, 4 ) );
+    REQUIRE( List( ConstRange ) == Count( 0, 5 ) );
     *std::next( begin( Range ), 3 ) = 5;
     REQUIRE( List( ZanMakeRange( ConstRange ) ) == std::vector{ 0, 1, 2, 5, 4 } );
     STATIC_REQUIRE( std::is_const_v<std::remove_reference_t<decltype( *ConstRange.begin() )>> );
 }
 
 /// That Action reports a failure, in a build that looks for it. Others have nothing to show.
-void CheckFails( [[maybe_unused]] const std::function<void()>& Action )
+void CheckFails( [[maybe_unused]] const auto& Action )
 {
 #if defined( ZAN_CHECK_PRECONDITIONS )
     NZanCatch2::CAssertCapture Capture;
@@ -143,18 +125,12 @@ void CheckGuards()
     REQUIRE( Range.Next( 5 ).Prev( 5 ).begin() == Range.begin() );
     Capture.Stop();
     REQUIRE( Capture.begin() == Capture.end() );
-    SECTION( "Assert Advance" )
-    {
-        CheckFails( [ & ] { Range.Advance( Steps ); } );
-    }
-    SECTION( "Assert Next" )
-    {
-        CheckFails( [ & ] { Range = Range.Next( Steps ); } );
-    }
-    SECTION( "Assert Prev" )
-    {
-        CheckFails( [ & ] { Range = Range.Next( 5 ).Prev( Steps ).Prev( 5 ); } );
-    }
+    const auto Advance = [ & ] { Range.Advance( Steps ); };
+    const auto Next = [ & ] { Range = Range.Next( Steps ); };
+    const auto Prev = [ & ] { Range = Range.Next( 5 ).Prev( Steps ).Prev( 5 ); };
+    SECTION( "Assert Advance" ) { CheckFails( Advance ); }
+    SECTION( "Assert Next" ) { CheckFails( Next ); }
+    SECTION( "Assert Prev" ) { CheckFails( Prev ); }
     REQUIRE( Range.begin() == begin( Container ) );
 }
 } // namespace
@@ -169,14 +145,9 @@ TEST_CASE( "CZanRange::BasicTests", "[range]" )
     const auto Range = ZanMakeRange( Array );
     REQUIRE( ( Range.GetSize() == 5 && Range[ 2 ] == 2 && Range.Next( 1 )[ 2 ] == 3 ) );
 
-    const CZanUnorderedSet<int32> Set = { 10, 20, 30, 40 };
-    const auto Keys = ZanMakeRange( Set );
-    for ( int32 i = 0; const int32 Key : Set )
-    {
-        REQUIRE( Keys.Next( i ).begin() == Set.Find( Key ) );
-        ++i;
-    }
-    REQUIRE( Keys.Next( 4 ).IsEmpty() );
+    const CZanUnorderedSet<int32> Set = { 10, 20 };
+    REQUIRE( ZanMakeRange( Set ).Next( 1 ).begin() == std::next( Set.begin() ) );
+    REQUIRE( ZanMakeRange( Set ).Next( 2 ).IsEmpty() );
 }
 
 TEST_CASE( "CZanRange::ZanMakeRange", "[range]" )
@@ -185,15 +156,17 @@ TEST_CASE( "CZanRange::ZanMakeRange", "[range]" )
 
     CZanArray<int32> Array = { 0, 1, 2 };
     const CZanRange<int32*, int32*, std::forward_iterator_tag> Forward( Array );
-    STATIC_REQUIRE(
-        std::is_same_v<decltype( ZanMakeRange( Forward ) ), std::remove_const_t<decltype( Forward )>> );
-    const auto IsMoreThanForward = []( auto Range ) {
-        return requires { Range.Prev( 1 ); }
-        || requires { Range.GetSize(); };
+    using CForward = std::remove_const_t<decltype( Forward )>;
+    STATIC_REQUIRE( std::is_same_v<decltype( ZanMakeRange( Forward ) ), CForward> );
+    const auto HasPrev = []( auto Range ) {
+        return requires { Range.Prev( 1 ); };
     };
-    REQUIRE( ( IsMoreThanForward( ZanMakeRange( Array ) ) && !IsMoreThanForward( Forward ) ) );
-    STATIC_REQUIRE(
-        std::is_same_v<decltype( ZanMakeRange( std::as_const( Array ) ) ), CZanRange<const int32*>> );
+    const auto HasSize = []( auto Range ) {
+        return requires { Range.GetSize(); };
+    };
+    REQUIRE( ( HasPrev( ZanMakeRange( Array ) ) && !HasPrev( Forward ) && !HasSize( Forward ) ) );
+    using CConst = decltype( ZanMakeRange( std::as_const( Array ) ) );
+    STATIC_REQUIRE( std::is_same_v<CConst, CZanRange<const int32*>> );
 }
 
 TEST_CASE( "CZanRange::ZanMakeRange_BiDiIter", "[range]" )
@@ -213,14 +186,10 @@ TEST_CASE( "CZanRange RandomAccess DEBUG scope guards", "[range]" )
     const int32 Values[] = { 0, 1, 2 };
     const auto Range = ZanMakeRange( Values ).Next( 1 );
     REQUIRE( ( Range[ 0 ] == 1 && Range[ 1 ] == 2 ) );
-    SECTION( "Assert [] Negative" )
-    {
-        CheckFails( [ & ] { static_cast<void>( &Range[ -1 ] ); } );
-    }
-    SECTION( "Assert [] Positive" )
-    {
-        CheckFails( [ & ] { static_cast<void>( &Range[ 2 ] ); } );
-    }
+    const auto Before = [ & ] { static_cast<void>( &Range[ -1 ] ); };
+    const auto Behind = [ & ] { static_cast<void>( &Range[ 2 ] ); };
+    SECTION( "Assert [] Negative" ) { CheckFails( Before ); }
+    SECTION( "Assert [] Positive" ) { CheckFails( Behind ); }
 }
 
 TEST_CASE( "CZanRange Bidirectional DEBUG scope guards", "[range]" ) { CheckGuards<std::list<int32>>(); }

@@ -3,9 +3,7 @@
 
 TEST_CASE( "ZanReverseBytes", "[byte][misc]" )
 {
-    REQUIRE( ZanReverseBytes( 0x00000000 ) == 0 );
-    REQUIRE( ZanReverseBytes<uint8>( 0xABu ) == 0xABu );
-    REQUIRE( ZanReverseBytes<uint16>( 0xABCDu ) == 0xCDABu );
-    REQUIRE( ZanReverseBytes<uint32>( 0xABCDEF01u ) == 0x01EFCDABu );
+    REQUIRE( ( ZanReverseBytes<uint8>( 0xABu ) == 0xABu && ZanReverseBytes<uint16>( 0xABCDu ) == 0xCDABu ) );
+    REQUIRE( ( ZanReverseBytes( 0 ) == 0 && ZanReverseBytes<uint32>( 0xABCDEF01u ) == 0x01EFCDABu ) );
     REQUIRE( ZanReverseBytes<uint64>( 0xABCDEF0123456789ull ) == 0x8967452301EFCDABull );
 }
