@@ -35,17 +35,6 @@ void LogError( const char* pFormat, TArgs... Args )
 {
     ZanLog( SLogSite{ __FILE__, __LINE__, LogCategoryError }, pFormat, Args... );
 }
-
-CString ToLower( CZanStringView Text )
-{
-    CString Lower;
-    Lower.Reserve( Text.GetSize() );
-    for ( const char Char : Text )
-    {
-        Lower += static_cast<char>( FNV1a::NDetail::FoldCase( static_cast<uint8>( Char ) ) );
-    }
-    return Lower;
-}
 } // namespace
 
 // --- CTokenRegistry ----------------------------------------------------------------------------------------
@@ -168,8 +157,8 @@ void CTokenRegistry::FillTables()
     for ( int32 i = 0; i < _KeywordCount; ++i )
     {
         const auto [ Text, Token ] = _pKeywords[ i ];
-        _StaticTokens.Emplace( FNV1a::HashIgnoreCase( Text ), ToLower( Text ), Token )._Iterator->_Number =
-            Token;
+        _StaticTokens.Emplace( FNV1a::HashIgnoreCase( Text ), NZanStringUtils::ToLower( Text ), Token )
+            ._Iterator->_Number = Token;
         Last = std::max( Last, static_cast<int32>( Token ) );
     }
     _AllTokens = _StaticTokens;

@@ -2,6 +2,7 @@
 
 #include "zan_core/hashing/zan_unordered_map.h"
 #include "zan_core/text/zan_charconv.h"
+#include "zan_core/text/zan_string_utils.h"
 #include "zan_core/zan_spin_lock.h"
 
 #include <boost/function.hpp>
@@ -39,17 +40,6 @@ struct STweakableRegistry
 
 namespace
 {
-CString ToLower( CZanStringView Text )
-{
-    CString Lower;
-    Lower.Reserve( Text.GetSize() );
-    for ( const char* pChar = Text.GetIterStart(); pChar != Text.GetIterEnd(); ++pChar )
-    {
-        Lower += *pChar >= 'A' && *pChar <= 'Z' ? static_cast<char>( *pChar - 'A' + 'a' ) : *pChar;
-    }
-    return Lower;
-}
-
 int32 GNotificationDelay = 100;
 [[maybe_unused]] const CTweakable& GNotificationDelayTweakable =
     NTweakable::Declare( "Filewatcher.NotificationDelay", "", GNotificationDelay, 0, 2147483647 );
@@ -182,7 +172,7 @@ CTweakable& STweakableRegistry::Register(
             return *pTweakable;
         }
     }
-    if ( const CString* const pPreset = _Presets.GetValue( ToLower( pNew->_Name ) ) )
+    if ( const CString* const pPreset = _Presets.GetValue( NZanStringUtils::ToLower( pNew->_Name ) ) )
     {
         pNew->SetValueText( *pPreset );
     }
@@ -228,5 +218,5 @@ void NTweakable::SetPreset( CZanStringView Name, CZanStringView Text )
 {
     STweakableRegistry& Registry = STweakableRegistry::Access();
     const std::scoped_lock Lock( Registry._Lock );
-    Registry._Presets.Set( ToLower( Name ), CString( Text ) );
+    Registry._Presets.Set( NZanStringUtils::ToLower( Name ), CString( Text ) );
 }

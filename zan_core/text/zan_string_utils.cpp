@@ -445,6 +445,17 @@ bool NZanStringUtils::ContainsIgnoreCase( CZanStringView Haystack, CZanStringVie
     return i < PlaceCount && ContainsIgnoreCaseFrom( i, Haystack, Needle );
 }
 
+CString NZanStringUtils::ToLower( CZanStringView View )
+{
+    CString Lower;
+    Lower.Reserve( View.GetSize() );
+    for ( const char Char : View )
+    {
+        Lower += ::ToLower( Char );
+    }
+    return Lower;
+}
+
 bool NZanStringUtils::IsAscii( CZanStringView View )
 {
     const char* const pText = View.GetData();

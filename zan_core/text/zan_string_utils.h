@@ -50,6 +50,9 @@ bool EndsWithIgnoreCase( CZanStringView View, CZanStringView Suffix );
 /// True when Needle occurs in Haystack. An empty needle always does. At worst the product of the sizes.
 bool ContainsIgnoreCase( CZanStringView Haystack, CZanStringView Needle );
 
+/// A copy with the ASCII letters in lower case.
+CString ToLower( CZanStringView View );
+
 /// True when no byte has its top bit set.
 bool IsAscii( CZanStringView View );
 

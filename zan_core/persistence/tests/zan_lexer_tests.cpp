@@ -236,6 +236,14 @@ TEST_CASE( "The registry of tokens", "[persistence]" )
                 }
             } );
         }
+        Threads.emplace_back( [ & ] { // meets what is being registered
+            for ( int32 j = 0; Registered < Count; ++j )
+            {
+                const std::string Text = 't' + std::to_string( j % Count );
+                const int32 Token = Registry.Find( Text.c_str() );
+                Wrong += Token != NToken::Number && Registry.GetText( Token ) != Text.c_str();
+            }
+        } );
         std::for_each( Threads.begin(), Threads.end(), []( std::thread& Thread ) { Thread.join(); } );
         REQUIRE( ( Registered == Count && Wrong == 0 && Log.GetRecords().size() == 3 * Count ) );
         REQUIRE( ( Registry.IsDynamic( 9000 + Count ) && !Registry.IsDynamic( 9001 + Count ) ) );
