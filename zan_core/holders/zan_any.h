@@ -126,7 +126,7 @@ private:
     void DestroyValue();
     void MakeEmpty();
 
-    // Both copy from a const holder, and move from another one.
+    // Both copy from a const holder, and move from another one. Take leaves a value that it covers by bytes.
     template <typename TOther>
     void Take( TOther& Other );
     template <typename TOther>
@@ -296,7 +296,6 @@ inline void CZanAny<Size, bCopyable>::Take( TOther& Other )
 {
     if ( Other._pType->_Traits._bIsBytes )
     {
-        DestroyValue();
         TakeBytes( Other );
     }
     else if constexpr ( std::is_const_v<TOther> )
@@ -315,6 +314,10 @@ inline auto CZanAny<Size, bCopyable>::Assign( TOther& Other ) -> CZanAny&
 {
     if ( static_cast<const void*>( this ) != static_cast<const void*>( &Other ) )
     {
+        if ( Other._pType->_Traits._bIsBytes ) // what else there is replaces the value itself
+        {
+            DestroyValue();
+        }
         Take( Other );
     }
     return *this;
