@@ -46,12 +46,10 @@ public:
         Construct<std::decay_t<TValue>>( std::forward<TValue>( Value ) );
     }
 
-    // Each begins empty by name: g++ 12 leaves members of constrained constructors without their
-    // initialisers.
-    CZanAny( const CZanAny& Other ) requires bCopyable : CZanAny() { Take( Other ); }
-    CZanAny( const COther& Other ) requires( !bCopyable ) : CZanAny() { Take( Other ); } // NOLINT
-    CZanAny( CZanAny&& Other ) : CZanAny() { Take( Other ); }                            // NOLINT
-    CZanAny( COther&& Other ) : CZanAny() { Take( Other ); }                             // NOLINT
+    CZanAny( const CZanAny& Other ) requires bCopyable : CZanAny( SRaw() ) { Begin( Other ); }
+    CZanAny( const COther& Other ) requires( !bCopyable ) : CZanAny( SRaw() ) { Begin( Other ); } // NOLINT
+    CZanAny( CZanAny&& Other ) : CZanAny( SRaw() ) { Begin( Other ); }                            // NOLINT
+    CZanAny( COther&& Other ) : CZanAny( SRaw() ) { Begin( Other ); }                             // NOLINT
     ~CZanAny() { DestroyValue(); }
 
     // Compilers show these lines.
@@ -126,11 +124,19 @@ private:
     void DestroyValue();
     void MakeEmpty();
 
-    // Both copy from a const holder, and move from another one. Take leaves a value that it covers by bytes.
+    /// For Begin to fill, and called by name: g++ 12 leaves members of constrained constructors without their
+    /// initialisers.
+    struct SRaw
+    {};
+    explicit CZanAny( SRaw ) : _pType( GetEmptyType() ) {}
+
+    // These copy from a const holder, and move from another one.
     template <typename TOther>
-    void Take( TOther& Other );
+    void Begin( TOther& Other );
     template <typename TOther>
     CZanAny& Assign( TOther& Other );
+    template <typename TOther>
+    void TakeValue( TOther& Other );
 
     template <typename TOther>
     void TakeBytes( const TOther& Other );
@@ -279,8 +285,6 @@ inline auto CZanAny<Size, bCopyable>::operator=( TValue&& Value ) -> CZanAny&
     return *this;
 }
 
-// The copies and moves that construct find raw memory.
-
 /// Takes over a value that is bytes, and with it the zeros behind it.
 template <int32 Size, bool bCopyable>
 template <typename TOther>
@@ -290,15 +294,12 @@ inline void CZanAny<Size, bCopyable>::TakeBytes( const TOther& Other )
     _pType = Other._pType;
 }
 
+/// Takes over a value that is no bytes, in place of its own.
 template <int32 Size, bool bCopyable>
 template <typename TOther>
-inline void CZanAny<Size, bCopyable>::Take( TOther& Other )
+inline void CZanAny<Size, bCopyable>::TakeValue( TOther& Other )
 {
-    if ( Other._pType->_Traits._bIsBytes )
-    {
-        TakeBytes( Other );
-    }
-    else if constexpr ( std::is_const_v<TOther> )
+    if constexpr ( std::is_const_v<TOther> )
     {
         SetCopy( Other._pType, Other._Storage );
     }
@@ -310,15 +311,35 @@ inline void CZanAny<Size, bCopyable>::Take( TOther& Other )
 
 template <int32 Size, bool bCopyable>
 template <typename TOther>
+inline void CZanAny<Size, bCopyable>::Begin( TOther& Other )
+{
+    if ( Other._pType->_Traits._bIsBytes )
+    {
+        TakeBytes( Other );
+    }
+    else
+    {
+        MakeEmpty();
+        TakeValue( Other );
+    }
+}
+
+template <int32 Size, bool bCopyable>
+template <typename TOther>
 inline auto CZanAny<Size, bCopyable>::Assign( TOther& Other ) -> CZanAny&
 {
-    if ( static_cast<const void*>( this ) != static_cast<const void*>( &Other ) )
+    if ( static_cast<const void*>( this ) == static_cast<const void*>( &Other ) )
     {
-        if ( Other._pType->_Traits._bIsBytes ) // what else there is replaces the value itself
-        {
-            DestroyValue();
-        }
-        Take( Other );
+        return *this;
+    }
+    if ( Other._pType->_Traits._bIsBytes )
+    {
+        DestroyValue();
+        TakeBytes( Other );
+    }
+    else
+    {
+        TakeValue( Other );
     }
     return *this;
 }
