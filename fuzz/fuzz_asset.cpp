@@ -1,6 +1,6 @@
 // Reads any bytes as an asset file. Whatever was read is written in both forms and read again: the binary
-// form gives all of it back, the text form all whose writing logged nothing, up to the precision of its
-// floats.
+// form gives all of it back but long names, which it cuts, the text form all whose writing logged nothing, up
+// to the precision of its floats.
 
 #include "fuzz/fuzz_target.h"
 #include "zan_core/persistence/zan_file.h"
@@ -78,8 +78,8 @@ extern "C" int LLVMFuzzerTestOneInput( const uint8_t* pData, size_t Size )
     CAssetObject Root, FromBinary, FromText;
     Read( Bytes, &Root );
 
+    CZanArray<uint8> Binary = Write( Root, true ); // which tells of names that only text has room for
     GDroppedMessageCount = 0;
-    CZanArray<uint8> Binary = Write( Root, true );
     Read( Binary, &FromBinary );
     Require( GDroppedMessageCount == 0 );
     Require( Write( FromBinary, true ) == Binary );
