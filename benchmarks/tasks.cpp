@@ -386,8 +386,9 @@ void HandOverToOurs( benchmark::State& State )
 {
     SScheduler Scheduler( 1 );
     SSignal Back;
+    CZanPtr<CTask> Task; // ends when the next one begins: that may wait for the worker to leave the function
     MeasureHandOver( State, [ & ]() {
-        const CZanPtr<CTask> Task = Scheduler.Schedule( [ & ]() { Back.Set(); }, "Back" );
+        Task = Scheduler.Schedule( [ & ]() { Back.Set(); }, "Back" );
         Back.Wait();
     } );
 }

@@ -4,26 +4,45 @@
 
 using namespace NZanHash::NDetail;
 
+namespace
+{
+uint32 ReadBlock( const unsigned char* pBytes )
+{
+    uint32 Block;
+    std::memcpy( &Block, pBytes, 4 );
+    return Block;
+}
+
+/// The bytes behind the last whole block, Length % 4 of them, and zeros, which change no hash. Without a
+/// branch on how many: nothing is harder to predict in texts.
+uint32 ReadTail( const unsigned char* pBytes, uint32 Length )
+{
+    if ( Length >= 4 ) [[likely]]
+    {
+        const uint64 LastBytes = ReadBlock( pBytes + Length - 4 );
+        return static_cast<uint32>( LastBytes >> ( 8 * ( 4 - Length % 4 ) ) );
+    }
+    const uint32 Middle = Length / 2; // the first or the last one too when there are fewer than 3
+    return pBytes[ 0 ] | static_cast<uint32>( pBytes[ Middle ] ) << ( 8 * Middle ) |
+           static_cast<uint32>( pBytes[ Length - 1 ] ) << ( 8 * ( Length - 1 ) );
+}
+} // namespace
+
 uint32 ZanHash( const void* pData, int32 Length )
 {
     if ( Length <= 0 )
     {
         return Finalise( 0, 0 );
     }
-    const unsigned char* pBytes = static_cast<const unsigned char*>( pData );
+    const unsigned char* const pBytes = static_cast<const unsigned char*>( pData );
+    const uint32 Size = static_cast<uint32>( Length );
+    const uint32 WholeSize = Size / 4 * 4;
     uint32 Hash = 0;
-    int32 Remaining = Length;
-    for ( ; Remaining >= 4; Remaining -= 4, pBytes += 4 )
+    for ( uint32 i = 0; i < WholeSize; i += 4 )
     {
-        Hash = MixWholeBlocks<4>( Hash, pBytes );
+        Hash = MixBlock( Hash, ReadBlock( pBytes + i ) );
     }
-    if ( Remaining > 0 )
-    {
-        uint32 Tail = 0;
-        std::memcpy( &Tail, pBytes, static_cast<size_t>( Remaining ) );
-        Hash ^= ScrambleBlock( Tail );
-    }
-    return Finalise( Hash, static_cast<uint32>( Length ) );
+    return Finalise( Hash ^ ScrambleBlock( ReadTail( pBytes, Size ) ), Size );
 }
 
 void SZanHashStream::Feed( const void* pData, int32 Length )
@@ -57,7 +76,7 @@ void SZanHashStream::Feed( const void* pData, int32 Length )
     {
         for ( ; pEnd - pBytes >= 4; pBytes += 4 )
         {
-            _Hash = MixWholeBlocks<4>( _Hash, pBytes );
+            _Hash = MixBlock( _Hash, ReadBlock( pBytes ) );
         }
     }
     while ( pBytes != pEnd )

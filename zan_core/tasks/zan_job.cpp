@@ -21,9 +21,10 @@ void CJob::Add( CZanPtr<CTask>&& Task )
 /// Workers steal the oldest tasks, so this thread starts with the newest.
 void CJob::Wait()
 {
+    int64 NowNs = 0;
     for ( int32 i = _Tasks.GetSize(); i-- > 0; )
     {
-        _Tasks[ i ]->TryRun();
+        _Tasks[ i ]->TryRunBehind( NowNs );
     }
     for ( const CZanPtr<CTask>& Task : _Tasks )
     {

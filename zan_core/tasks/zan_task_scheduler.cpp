@@ -1,6 +1,7 @@
 #include "zan_core/tasks/zan_task_scheduler.h"
 
 #include "zan_core/hashing/zan_hash.h"
+#include "zan_core/memory/zan_pool_allocator.h"
 #include "zan_core/tasks/zan_task_schedulers.h"
 #include "zan_core/text/zan_charconv.h"
 
@@ -83,7 +84,9 @@ struct STaskData
         : _Function( Function ), _pName( pName ), _pAllocator( &Allocator ), _RefCount( RefCount )
     {}
 
-    bool TryRun();
+    /// NowNs is the end of the task that this thread ran just before, or 0, and of this one afterwards:
+    /// reading the clock costs as much as the rest of an empty task.
+    bool TryRun( int64& NowNs );
     bool IsDone() const { return _State.load( std::memory_order_acquire ) >= TaskDone; }
     void Release();
 
@@ -111,15 +114,26 @@ CTaskAllocator::~CTaskAllocator() = default; // the blocks go with the buffer
 
 void* CTaskAllocator::Allocate( uint64, uint32 Alignment )
 {
-    void* const pHead = _Freed.Take();
-    _Freed.Store( pHead != nullptr ? NZanPoolAllocatorInternal::GetLink( pHead ) : nullptr );
-    return pHead != nullptr ? pHead : _Blocks.Allocate( PartSize, Alignment );
+    if ( _pReady == nullptr )
+    {
+        _pReady = _pFreed.exchange( nullptr, std::memory_order_acquire );
+        if ( _pReady == nullptr )
+        {
+            return _Blocks.Allocate( PartSize, Alignment );
+        }
+    }
+    return std::exchange( _pReady, NZanPoolAllocatorInternal::GetLink( _pReady ) );
 }
 
+/// Nobody takes single blocks off this list, so its head cannot be mistaken for one that was gone meanwhile.
 void CTaskAllocator::Free( void* pData )
 {
-    NZanPoolAllocatorInternal::SetLink( pData, _Freed.Take() );
-    _Freed.Store( pData );
+    void* pHead = _pFreed.load( std::memory_order_relaxed );
+    do
+    {
+        NZanPoolAllocatorInternal::SetLink( pData, pHead );
+    } while ( !_pFreed.compare_exchange_weak(
+        pHead, pData, std::memory_order_release, std::memory_order_relaxed ) );
 }
 
 class CWorkerThread
@@ -157,10 +171,11 @@ constexpr int32 MaxYields = 50;
 thread_local constinit SZanTaskThread TaskThread;
 constinit std::atomic<CZanTaskScheduler::FThreadHook> GThreadHook = nullptr;
 
-void AddMicroseconds( std::atomic<uint64>& Sum, int64 SinceNs )
+/// For the one thread that writes Sum.
+void AddMicroseconds( std::atomic<uint64>& Sum, int64 SinceNs, int64 UntilNs )
 {
-    Sum.fetch_add(
-        static_cast<uint64>( NZanPlatform::GetTimeNs() - SinceNs ) / 1000, std::memory_order_relaxed );
+    const uint64 Added = static_cast<uint64>( UntilNs - SinceNs ) / 1000;
+    Sum.store( Sum.load( std::memory_order_relaxed ) + Added, std::memory_order_relaxed );
 }
 
 /// Rids a long queue of entries that others have run, at the price of one that moves to the other end. False
@@ -186,7 +201,7 @@ bool Maintain( CZanDeque<STaskData>& Queue )
 
 // --- STaskData
 
-bool STaskData::TryRun()
+bool STaskData::TryRun( int64& NowNs )
 {
     int32 State = TaskWaiting;
     if ( _State.load( std::memory_order_relaxed ) != TaskWaiting ||
@@ -199,19 +214,22 @@ bool STaskData::TryRun()
         ~SFinish() // when the function throws, too
         {
             _Data._State.store( TaskDone, std::memory_order_release );
-            _Data._DurationSeconds =
-                static_cast<double>( NZanPlatform::GetTimeNs() - _Data._StartTimeNs ) * 1e-9;
+            _NowNs = NZanPlatform::GetTimeNs();
+            _Data._DurationSeconds = static_cast<double>( _NowNs - _Data._StartTimeNs ) * 1e-9;
         }
         STaskData& _Data;
-    } const Finish{ *this };
-    _StartTimeNs = NZanPlatform::GetTimeNs();
+        int64& _NowNs;
+    } const Finish{ *this, NowNs };
+    _StartTimeNs = NowNs != 0 ? NowNs : NZanPlatform::GetTimeNs();
     _Function();
     return true;
 }
 
 void STaskData::Release()
 {
-    if ( _RefCount.fetch_sub( 1, std::memory_order_acq_rel ) == 1 )
+    // Who finds its own reference to be the last need not take it away.
+    if ( _RefCount.load( std::memory_order_acquire ) == 1 ||
+         _RefCount.fetch_sub( 1, std::memory_order_acq_rel ) == 1 )
     {
         _State.store( TaskReleased, std::memory_order_release );
         CZanAllocator& Allocator = *_pAllocator;
@@ -296,7 +314,13 @@ CTask::~CTask() // NOLINT(bugprone-exception-escape): what a function throws her
     _pData->Release();
 }
 
-bool CTask::TryRun() { return _pData->TryRun(); }
+bool CTask::TryRun()
+{
+    int64 NowNs = 0;
+    return TryRunBehind( NowNs );
+}
+
+bool CTask::TryRunBehind( int64& NowNs ) { return _pData->TryRun( NowNs ); }
 
 bool CTask::IsDone() const { return _pData->IsDone(); }
 
@@ -514,14 +538,18 @@ void CZanTaskScheduler::RunWorker( CWorkerThread& Worker )
             WakeOne();
         }
         Worker._bBusy = true;
-        const int64 StartNs = NZanPlatform::GetTimeNs();
+        int64 StartNs = 0;
+        int64 NowNs = 0;
         for ( ; pEntry != nullptr; pEntry = Worker._Queue.Pop() )
         {
-            pEntry->TryRun(); // unless one with a handle was first
+            if ( pEntry->TryRun( NowNs ) && StartNs == 0 ) // else one with a handle was first
+            {
+                StartNs = pEntry->_StartTimeNs;
+            }
             pEntry->Release();
         }
         _ActiveWorkers.fetch_sub( 1 );
-        AddMicroseconds( Worker._BusyMicroseconds, StartNs );
+        AddMicroseconds( Worker._BusyMicroseconds, StartNs, NowNs );
         Worker._bBusy = false;
     }
 }
@@ -614,7 +642,7 @@ void CZanTaskScheduler::Sleep( CWorkerThread& Worker )
             Slot._Condition.wait( Lock );
         }
     }
-    AddMicroseconds( Worker._IdleMicroseconds, StartNs );
+    AddMicroseconds( Worker._IdleMicroseconds, StartNs, NZanPlatform::GetTimeNs() );
     Worker._bSleeping = false;
 }
 

@@ -5,7 +5,6 @@
 #include "zan_core/holders/zan_ptr.h"
 #include "zan_core/holders/zan_scoped_ptr.h"
 #include "zan_core/memory/zan_fixed_allocator.h"
-#include "zan_core/memory/zan_pool_allocator.h"
 #include "zan_core/memory/zan_ref_countable.h"
 #include "zan_core/text/zan_string.h"
 #include "zan_core/zan_platform.h"
@@ -24,7 +23,7 @@ struct SSleepSlot;
 struct STaskData;
 
 /// A fixed allocator, with what was freed in front of it: first fit among many free ranges would take long,
-/// and so would keeping them in order. Null when it is full. Any thread.
+/// and so would keeping them in order. Null when it is full. One thread at a time allocates, any may free.
 class CTaskAllocator final : public CZanAllocator
 {
 public:
@@ -38,7 +37,8 @@ public:
 
 private:
     CZanFixedAllocator _Blocks;
-    NZanPoolAllocatorInternal::CFreeList<true> _Freed; // of one size
+    void* _pReady = nullptr;              // blocks of one size to hand out again; of who allocates
+    std::atomic<void*> _pFreed = nullptr; // those freed since
 };
 } // namespace NZanTasks::NDetail
 
@@ -62,11 +62,15 @@ public:
     void Wait();
 
 private:
+    friend class CJob;
     friend class CZanTaskScheduler;
     template <typename T, typename... TArgs>
     friend T* ZanNewTaskPart( CZanAllocator& Allocator, TArgs&... Args );
 
     CTask( CZanAllocator& Allocator, NZanTasks::NDetail::STaskData& Data, CZanTaskScheduler& Scheduler );
+
+    /// For one task after another: NowNs is when the one before it ended, or 0, and then when this one did.
+    bool TryRunBehind( int64& NowNs );
 
     NZanTasks::NDetail::STaskData* const _pData; // one of its references is held here
     CZanTaskScheduler* const _pScheduler;
