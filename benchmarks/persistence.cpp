@@ -274,7 +274,7 @@ CUnits ReadJsonUnits( const std::string& Json )
 class CTokenWriter
 {
 public:
-    explicit CTokenWriter( CFile& File ) : _Writer( &File ) {}
+    CTokenWriter( CFile& File, bool bIndents ) : _Writer( &File ), _Step( bIndents ? 1 : 0 ) {}
 
     void Key( EKey Token )
     {
@@ -304,11 +304,11 @@ public:
         Key( Token );
         _Writer.WriteToken( NToken::OpenBlock );
         _Writer.WriteToken( NToken::LineFeed );
-        _Writer.SetIndent( _Writer.GetIndent() + 1 );
+        _Writer.SetIndent( _Writer.GetIndent() + _Step );
     }
     void Close()
     {
-        _Writer.SetIndent( _Writer.GetIndent() - 1 );
+        _Writer.SetIndent( _Writer.GetIndent() - _Step );
         _Writer.WriteIndent();
         _Writer.WriteToken( NToken::CloseBlock );
         _Writer.WriteToken( NToken::LineFeed );
@@ -341,13 +341,14 @@ public:
 private:
     CWriter _Writer;
     SToken _Token;
+    const int32 _Step; // of the indentation
 };
 
-int32 WriteUnits( const CUnits& Units, CZanArray<uint8>& Bytes, EFileType Type )
+int32 WriteUnits( const CUnits& Units, CZanArray<uint8>& Bytes, EFileType Type, bool bIndents )
 {
     Bytes.RemoveAll();
     CMemoryFile File( Bytes, Type, OPEN_WRITE );
-    CTokenWriter Writer( File );
+    CTokenWriter Writer( File, bIndents );
     for ( const SUnit& Unit : Units )
     {
         Writer.Unit( Unit );
@@ -408,13 +409,13 @@ void RegisterStructures( const std::string& SizeName, const std::shared_ptr<cons
     for ( const EFileType Type : { FILE_TEXT, FILE_BINARY } )
     {
         ZanBench( std::string( "Token writing, " ) + ( Type == FILE_TEXT ? "text, " : "binary, " ) + SizeName,
-            { { "ours", [ = ] { return WriteUnits( *pUnits, *pBytes, Type ); } },
+            { { "ours", [ = ] { return WriteUnits( *pUnits, *pBytes, Type, false ); } },
                 { "rapidjson::Writer",
                     [ = ] { return WriteJsonUnits<CCompactWriter>( *pUnits, *pBuffer ); } } },
             1.0 );
     }
     ZanBench( "Token writing, text with indentation, " + SizeName,
-        { { "ours", [ = ] { return WriteUnits( *pUnits, *pBytes, FILE_TEXT ); } },
+        { { "ours", [ = ] { return WriteUnits( *pUnits, *pBytes, FILE_TEXT, true ); } },
             { "rapidjson::PrettyWriter",
                 [ = ] { return WriteJsonUnits<CPrettyWriter>( *pUnits, *pBuffer ); } } },
         1.0 );

@@ -3,6 +3,7 @@
 #include "zan_core/containers/zan_inline_array.h"
 #include "zan_core/hashing/fnv1a.h"
 #include "zan_core/persistence/zan_token_registry.h"
+#include "zan_core/text/zan_byte_words.h"
 #include "zan_core/zan_log.h"
 
 #include <algorithm>
@@ -12,6 +13,8 @@
 #include <limits>
 #include <typeinfo>
 #include <utility>
+
+using namespace NZanByteWords;
 
 // The lexer is written once, on a source of characters that is a template argument. One source is any file,
 // by its virtual functions. The other is a file in memory, whose state it keeps at hand while it reads one
@@ -82,27 +85,14 @@ constexpr SCharTables CharTables;
 
 bool IsOf( uint8 Char, uint8 Classes ) { return ( CharTables.Classes[ Char ] & Classes ) != 0; }
 
-constexpr uint64 EachByte = 0x0101010101010101;
-
 int32 IsLineFeed( uint8 Char ) { return static_cast<int32>( Char == '\n' ); }
 
-/// Eight characters, the first one in the lowest byte.
-uint64 LoadWord( const uint8* pBytes )
-{
-    uint64 Word;
-    std::memcpy( &Word, pBytes, sizeof( Word ) );
-    return std::endian::native == std::endian::big ? __builtin_bswap64( Word ) : Word;
-}
-
-/// Sets the top bit of the first byte that is zero, and perhaps of some behind it.
-uint64 MarkZero( uint64 Word ) { return ( Word - EachByte ) & ~Word & 0x80 * EachByte; }
-
-/// The same for the first character that ends a run.
+/// Sets the top bit of the first character that ends a run, and perhaps of some behind it.
 template <bool bQuoted>
 uint64 MarkStops( uint64 Word )
 {
-    const uint64 Marks = MarkZero( Word ) | MarkZero( ~Word ) | MarkZero( Word ^ '\n' * EachByte );
-    return bQuoted ? Marks | MarkZero( Word ^ '"' * EachByte ) | MarkZero( Word ^ '\\' * EachByte ) : Marks;
+    const uint64 Marks = MarkZero( Word ) | MarkZero( ~Word ) | MarkEqual( Word, '\n' );
+    return bQuoted ? Marks | MarkEqual( Word, '"' ) | MarkEqual( Word, '\\' ) : Marks;
 }
 
 /// The end of the data, and not a character of this value.

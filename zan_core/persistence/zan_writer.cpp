@@ -1,11 +1,15 @@
 #include "zan_core/persistence/zan_writer.h"
 
 #include "zan_core/containers/zan_inline_array.h"
+#include "zan_core/text/zan_byte_words.h"
 #include "zan_core/text/zan_charconv.h"
 #include "zan_core/text/zan_string_utils.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+
+using namespace NZanByteWords;
 
 namespace
 {
@@ -16,11 +20,29 @@ constexpr char CommonTexts[] = { 0, '=', '"', '{', '}', '(', ')', 0, ',', 0, 0, 
 /// Writes at most twice the size, and gives the end.
 inline char* PutEscaped( char* pTarget, CZanStringView Text )
 {
-    for ( const char Char : Text )
+    constexpr std::ptrdiff_t WordSize = sizeof( uint64 );
+    const char* pRead = Text.GetData();
+    const char* const pEnd = pRead + Text.GetSize();
+    while ( pRead != pEnd )
     {
-        *pTarget = '\\';
-        pTarget += Char == '"' || Char == '\\' ? 1 : 0;
-        *pTarget++ = Char;
+        const char* pStop = pEnd;
+        if ( pEnd - pRead >= WordSize )
+        {
+            pStop = pRead + WordSize;
+            const uint64 Word = LoadWord( pRead );
+            if ( ( MarkEqual( Word, '"' ) | MarkEqual( Word, '\\' ) ) == 0 )
+            {
+                std::memcpy( pTarget, pRead, WordSize );
+                pTarget += WordSize;
+                pRead = pStop;
+            }
+        }
+        for ( ; pRead != pStop; ++pRead )
+        {
+            *pTarget = '\\';
+            pTarget += *pRead == '"' || *pRead == '\\' ? 1 : 0;
+            *pTarget++ = *pRead;
+        }
     }
     return pTarget;
 }
@@ -69,8 +91,15 @@ inline void CWriter::WriteNumber( uint32 Token, T Value )
     }
     else
     {
-        char Buffer[ NZanStringUtils::MaxNumberSize ];
-        Write( NZanStringUtils::ToString( Buffer, Buffer + sizeof( Buffer ), Value ) );
+        constexpr int32 MaxSize = NZanStringUtils::MaxNumberSize;
+        char* const pTarget = TryExtend( MaxSize );
+        if ( pTarget != nullptr )
+        {
+            _pMemoryFile->GiveBack( NZanStringUtils::to_chars( pTarget, pTarget + MaxSize, Value ).ptr );
+            return;
+        }
+        char Buffer[ MaxSize ];
+        WriteSlowly( NZanStringUtils::ToString( Buffer, Buffer + MaxSize, Value ) );
     }
 }
 
@@ -104,31 +133,35 @@ void CWriter::WriteIndent()
     }
 }
 
-void CWriter::WriteToken( uint32 Token )
+void CWriter::WriteTextToken( uint32 Token )
 {
-    if ( !_bBinary )
+    if ( Token < sizeof( CommonTexts ) && CommonTexts[ Token ] != 0 )
     {
-        if ( Token < sizeof( CommonTexts ) && CommonTexts[ Token ] != 0 )
-        {
-            WriteBytes( { CommonTexts[ Token ] } );
-            return;
-        }
-        Write( GetTokenText( static_cast<int32>( Token ) ) );
+        WriteBytes( { CommonTexts[ Token ] } );
+        return;
     }
-    else if ( Token != NToken::LineFeed && Token != NToken::Tab && Token != NToken::Blank )
-    {
-        // What is registered has numbers behind all others, which saves the look.
-        if ( Token <= NToken::NotEqual || !IsDynamicToken( static_cast<int32>( Token ) ) )
-        {
-            WriteUint16( Token );
-            return;
-        }
-        WriteRegistered( GetTokenText( static_cast<int32>( Token ) ) );
-    }
+    WriteLongText( Token );
 }
 
-[[gnu::noinline]] void CWriter::WriteRegistered( CZanStringView Text )
+[[gnu::noinline]] void CWriter::WriteLongText( uint32 Token )
 {
+    Write( GetTokenText( static_cast<int32>( Token ) ) );
+}
+
+void CWriter::WriteBinaryToken( uint32 Token )
+{
+    // What is registered has numbers behind all others, which saves the look.
+    if ( Token <= NToken::NotEqual || !IsDynamicToken( static_cast<int32>( Token ) ) )
+    {
+        WriteUint16( Token );
+        return;
+    }
+    WriteRegistered( Token );
+}
+
+[[gnu::noinline]] void CWriter::WriteRegistered( uint32 Token )
+{
+    const CZanStringView Text = GetTokenText( static_cast<int32>( Token ) );
     constexpr int32 MaxSize = 0xFFFF; // that its field can hold
     const int32 Size = std::min( Text.GetSize(), MaxSize );
     WriteUint16( NToken::Registered );
@@ -140,24 +173,35 @@ void CWriter::WriteTokenText( const SToken& Token ) { Write( Token.GetView() ); 
 
 void CWriter::WriteQuoted( CZanStringView Text )
 {
-    constexpr int32 MaxPiece = 1 << 20; // so that twice the size is one
+    constexpr int32 MaxPiece = 1 << 20; // so that twice the size, and the quotes, is one
+    constexpr int32 QuotesSize = 4;     // at most
+    char* pTarget = Text.GetSize() <= MaxPiece ? TryExtend( Text.GetSize() * 2 + QuotesSize ) : nullptr;
+    if ( pTarget != nullptr )
+    {
+        pTarget = PutQuote( pTarget );
+        pTarget = PutEscaped( pTarget, Text );
+        _pMemoryFile->GiveBack( PutQuote( pTarget ) );
+        return;
+    }
     WriteToken( NToken::Quote );
     while ( !Text.IsEmpty() )
     {
         const CZanStringView Piece = Text.GetSubstring( 0, std::min( Text.GetSize(), MaxPiece ) );
         Text.RemovePrefix( Piece.GetSize() );
-        char* pTarget = TryExtend( Piece.GetSize() * 2 );
-        if ( pTarget != nullptr )
-        {
-            _pMemoryFile->GiveBack( PutEscaped( pTarget, Piece ) );
-            continue;
-        }
         CZanInlineBufArray<char, 512> Escaped;
         Escaped.SetSizeNoInit( Piece.GetSize() * 2 );
         const char* const pEnd = PutEscaped( Escaped.GetData(), Piece );
         Write( CZanStringView( Escaped.GetData(), static_cast<int32>( pEnd - Escaped.GetData() ) ) );
     }
     WriteToken( NToken::Quote );
+}
+
+/// Writes up to two bytes, and gives the end.
+inline char* CWriter::PutQuote( char* pTarget ) const
+{
+    pTarget[ 0 ] = _bBinary ? static_cast<char>( NToken::Quote ) : '"';
+    pTarget[ 1 ] = 0; // in text, what comes next goes here
+    return pTarget + ( _bBinary ? 2 : 1 );
 }
 
 void CWriter::WriteInt( int32 Value ) { WriteNumber( NToken::Number, Value ); }

@@ -48,7 +48,11 @@ private:
     void WriteBytes( const char ( &Bytes )[ Size ] );
     void WriteSlowly( CZanStringView Bytes );
     void WriteUint16( uint32 Value );
-    void WriteRegistered( CZanStringView Text );
+    char* PutQuote( char* pTarget ) const;
+    void WriteTextToken( uint32 Token );
+    void WriteLongText( uint32 Token );
+    void WriteBinaryToken( uint32 Token );
+    void WriteRegistered( uint32 Token );
     template <typename T>
     void WriteNumber( uint32 Token, T Value );
 
@@ -59,3 +63,15 @@ private:
     bool _bOwnsFile = false;
     bool _bProduceOutput = true;
 };
+
+inline void CWriter::WriteToken( uint32 Token )
+{
+    if ( !_bBinary )
+    {
+        WriteTextToken( Token );
+    }
+    else if ( Token != NToken::LineFeed && Token != NToken::Tab && Token != NToken::Blank )
+    {
+        WriteBinaryToken( Token );
+    }
+}

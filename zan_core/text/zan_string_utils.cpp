@@ -1,5 +1,6 @@
 #include "zan_core/text/zan_string_utils.h"
 
+#include "zan_core/text/zan_byte_words.h"
 #include "zan_core/text/zan_charconv.h"
 #include "zan_core/zan_platform.h"
 
@@ -7,18 +8,12 @@
 #include <bit>
 #include <cstring>
 
+using NZanByteWords::EachByte;
+using NZanByteWords::LoadWord;
+
 namespace
 {
 constexpr CZanStringView Separators = "/\\";
-constexpr uint64 EachByte = 0x0101010101010101;
-
-/// The first byte is the lowest.
-uint64 LoadWord( const char* pBytes )
-{
-    uint64 Word;
-    std::memcpy( &Word, pBytes, sizeof( Word ) );
-    return std::endian::native == std::endian::big ? __builtin_bswap64( Word ) : Word;
-}
 
 /// Which of the 256 bytes occur in a text: 32 bytes, which are made faster than a table is.
 class CByteSet
