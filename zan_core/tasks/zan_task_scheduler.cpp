@@ -2,6 +2,7 @@
 
 #include "zan_core/hashing/zan_hash.h"
 #include "zan_core/memory/zan_pool_allocator.h"
+#include "zan_core/numerics/zan_noise_random.h"
 #include "zan_core/tasks/zan_task_schedulers.h"
 #include "zan_core/text/zan_charconv.h"
 
@@ -264,15 +265,10 @@ void CWorkerThread::Main( void* pWorker )
     Worker._State.store( WorkerFinished );
 }
 
-/// A hash of the position, which counts the draws.
 int32 CWorkerThread::DrawBelow( int32 Count )
 {
-    uint32 Noise = _NoisePosition++ * 0xB5297A4D + _NoiseSeed;
-    Noise = ( Noise ^ ( Noise >> 8 ) ) + 0x68E31DA4;
-    Noise = ( Noise ^ ( Noise << 8 ) ) * 0x1B56C4E9;
-    Noise = ( Noise ^ ( Noise >> 8 ) ) * 0x92D68CA2;
-    Noise = ( Noise ^ ( Noise >> 8 ) ) & 0x7FFFFFFF;
-    return static_cast<int32>( Noise ) % Count; // 31 bits of it
+    const uint32 Noise = SNoiseRandom::Calc( _NoisePosition++, _NoiseSeed );
+    return static_cast<int32>( Noise & 0x7FFFFFFF ) % Count;
 }
 } // namespace NZanTasks::NDetail
 

@@ -1,12 +1,12 @@
 #include "zan_core/numerics/zan_fixed_point.h"
 
+#include "zan_core/numerics/zan_noise_random.h"
 #include "zan_test/include/zan_test_catch.h"
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
-#include <random>
 #include <type_traits>
 #include <vector>
 
@@ -123,6 +123,8 @@ int64 SafeSqrtExactly( int64 X )
 
 // --- Operands ----------------------------------------------------------------------------------------------
 
+constexpr SNoiseRandom SampleRandom{ 0xEDE419C6, 0 };
+
 /// Both sides of every threshold, and random values of all magnitudes; always the same.
 std::vector<int64> MakeOperands( size_t RandomCount )
 {
@@ -133,11 +135,11 @@ std::vector<int64> MakeOperands( size_t RandomCount )
     {
         Operands.insert( Operands.end(), { Edge, -Edge, Edge + 1, -Edge - 1 } );
     }
-    std::mt19937_64 Random( 0xEDE419C6 );
+    SNoiseRandom Random = SampleRandom;
     for ( size_t i = 0; i < RandomCount; ++i )
     {
-        const uint64 Bits = Random();
-        Operands.push_back( static_cast<int64>( Bits ) >> ( Random() % 62 ) );
+        const int64 Bits = static_cast<int64>( Random.DrawUint64() << 1 ); // with either sign
+        Operands.push_back( Bits >> Random.DrawInRange( 0, 61 ) );
     }
     return Operands;
 }
@@ -158,11 +160,11 @@ void ForAllPairs( const TCheck& Check )
 /// Values from Low to High, both with decimals that no table would pick.
 std::vector<CFixedPoint> MakeSamples( double Low, double High )
 {
-    std::mt19937 Random( 0xEDE419C6 );
+    SNoiseRandom Random = SampleRandom;
     std::vector<CFixedPoint> Samples( 1000 );
     for ( CFixedPoint& Sample : Samples )
     {
-        Sample = Low + ( High - Low ) * static_cast<double>( Random() ) / 4294967296.0;
+        Sample = Low + ( High - Low ) * static_cast<double>( Random.DrawFloat() );
     }
     return Samples;
 }
