@@ -80,6 +80,8 @@ const CModel None; // of what the checks below report
 template <typename TArray>
 using TElement = typename TArray::value_type;
 template <typename TArray>
+constexpr int32 LivesPerElement = !std::is_same_v<TElement<TArray>, int32>;
+template <typename TArray>
 constexpr int32 InlineCapacity = 0;
 template <typename T, int32 N, typename TAllocator>
 constexpr int32 InlineCapacity<CZanInlineBufArray<T, N, int32, TAllocator>> = N;
@@ -382,13 +384,6 @@ template <typename TArray>
     return bRight && Holds( A, M._Values ) && ( bOwn || A.GetCapacity() == Expected );
 }
 
-template <typename... TArrays>
-bool IsAllLive( const TArrays&... Arrays ) // and nothing else
-{
-    return Life.GetLiveCount() ==
-           ( ( std::is_same_v<TElement<TArrays>, int32> ? 0 : Arrays.GetSize() ) + ... );
-}
-
 /// The first fault of the calls of a family, over sizes and capacities around the inline one and over all
 /// arguments. Empty when there is none, else the call, the size, the spare room and the arguments.
 template <typename TArray>
@@ -413,7 +408,8 @@ template <typename TArray>
                                        : void();
             }
             Choice._Next = 0;
-            if ( !RunCall( Array, Model, Choice ) || !IsAllLive( Array ) )
+            const bool bRight = RunCall( Array, Model, Choice );
+            if ( !bRight || Life.GetLiveCount() != LivesPerElement<TArray> * Array.GetSize() )
             {
                 return { Choice._Number, Size, Spare, Model._At, Model._Count, Model._Value };
             }
@@ -620,10 +616,6 @@ TEST_CASE( "Hybrid array + array swap", "[zanhybridarray]" )
 {
     REQUIRE( FindMisplaced<std::pair<CInts2, CInts>>( Swap ) == None );
     REQUIRE( FindMisplaced<std::pair<CInts, CInts2>>( MemberSwap ) == None );
-    CInts2 Hybrid{ 1, 2 };
-    CInts Array{ 3, 4, 5, 6 };
-    swap( Hybrid, Array ); // which forces the embedded elements to the heap
-    REQUIRE( ( IsRun( Hybrid, 3, 4, 4 ) && IsRun( Array, 1, 2, 3 ) ) );
 }
 
 TEST_CASE( "Hybrid array data pointer tracking", "[zanhybridarray]" )
@@ -664,11 +656,17 @@ TEST_CASE_METHOD( SArrayCase, "CZanArray AppendEmplace", "[zan_array]" )
 TEST_CASE( "CZanArray Sort", "[zan_array]" )
 {
     using CPair = std::pair<int32, int32>;
-    CZanArray<CPair> Array{ { 2, 0 }, { 1, 1 }, { 2, 2 }, { 1, 3 } };
+    CZanArray<CPair> Array;
+    for ( int32 i = 0; i < 40; ++i ) // equals keep their order in a small array by any sort
+    {
+        Array.AppendEmplace( i % 2, i );
+    }
     const auto bAfter = []( const CPair& Left, const CPair& Right ) { return Left.first > Right.first; };
     Array.Sort( bAfter );
-    REQUIRE( Array == CZanArray<CPair>{ { 2, 0 }, { 2, 2 }, { 1, 1 }, { 1, 3 } } ); // equals keep their order
-    REQUIRE( ( Array.InsertSorted( { 2, 9 }, bAfter ) == 2 && Check<CInts>( "Sort" ) == None ) );
+    REQUIRE( std::is_sorted( begin( Array ), end( Array ), []( const CPair& Left, const CPair& Right ) {
+        return std::pair( -Left.first, Left.second ) < std::pair( -Right.first, Right.second );
+    } ) );
+    REQUIRE( ( Array.InsertSorted( { 1, 0 }, bAfter ) == 20 && Check<CInts>( "Sort" ) == None ) );
 }
 
 CALL_CASE( "InsertSorted" )
@@ -690,13 +688,11 @@ TEST_CASE( "CZanArray Add self array item reference", "[zan_array]" )
     REQUIRE( Holds( Array, CModel( 101, 2147483647 ), 128 ) );
 }
 
-TEST_CASE( "CZanArray non default constructable, non copy constructable", "[zan_array]" )
+TEST_CASE_METHOD( SArrayCase, "CZanArray non default constructable, non copy constructable", "[zan_array]" )
 {
-    struct SBare
+    struct SBare : SMover
     {
-        explicit SBare( int32 Value ) : _pValue( std::make_unique<int32>( Value ) ) {}
-        bool operator==( int32 Value ) const { return *_pValue == Value; }
-        std::unique_ptr<int32> _pValue;
+        explicit SBare( int32 Value ) : SMover( Value ) {}
     };
     CZanArray<SBare> Array;
     Fill( Array, 0, 5 );

@@ -196,6 +196,21 @@ bool Holds( const TContainer& Container, int32 First, int32 Count )
     return IsLike( Container, Model );
 }
 
+/// A hybrid of room for 8 leaves its own memory with the entry that goes beyond the load limit, and not
+/// before.
+template <typename TContainer>
+void CheckInlineRoom()
+{
+    SBench Bench;
+    TContainer Container( &Bench._Memory );
+    for ( int32 Count = 0; Count < 40; Fill( &Bench, &Container, Count++, 1 ) )
+    {
+        const bool bInside = Count <= 27;
+        REQUIRE( ( Container.GetInfo()._Buckets == ( bInside ? 32 : 64 ) && Holds( Container, 0, Count ) ) );
+        REQUIRE( Bench._Memory._AllocationCount == !bInside );
+    }
+}
+
 template <typename TContainer>
 void CheckReleaseValue( int32 ExpectedOperation )
 {

@@ -225,13 +225,7 @@ KEEPS( "AccessOrSetLazy", &B._Map.AccessOrSetLazy( B.Key(), B.Lazy() ) )
 
 TEST_CASE( "CZanHybridUnorderedMap with a custom parent allocator", "[unordered_map]" )
 {
-    SMapBench<THybridMap<8>> Bench;
-    for ( int32 Count = 0; Count < 40; Bench.Fill( Count++, 1 ) )
-    {
-        REQUIRE(
-            ( Bench.GetAllocations() == ( Count > 27 ) && Bench.GetBuckets() == ( Count > 27 ? 64 : 32 ) ) );
-        REQUIRE( Bench.Holds( 0, Count ) );
-    }
+    CheckInlineRoom<THybridMap<8>>();
 }
 
 TEST_CASE( "CZanUnorderedMap Ranged For", "[unordered_map]" )
@@ -246,14 +240,13 @@ TEST_CASE( "CZanUnorderedMap Ranged For", "[unordered_map]" )
 
 TEST_CASE( "CZanUnorderedMap internal move", "[unordered_map]" )
 {
-    CZanUnorderedMap<std::unique_ptr<CString>, int32> Map;
-    int32 Size = 0;
-    for ( const char* pText : { "Lorem", "Ipsum", "Dolor", "Sit", "Amet" } )
+    CZanUnorderedMap<std::unique_ptr<int32>, int32> Map;
+    for ( int32 i = 0; i < 100; ++i )
     {
-        Size += Map.Set( std::make_unique<CString>( pText ), 1 )->_Key->GetSize();
+        Map.Set( std::make_unique<int32>( i ), i );
     }
-    std::for_each( Map.begin(), Map.end(), [ & ]( const auto& Entry ) { Size -= Entry._Key->GetSize(); } );
-    REQUIRE( ( Map.GetSize() == 5 && Size == 0 ) );
+    const auto IsWhole = []( const auto& Entry ) { return *Entry._Key == Entry._Value; };
+    REQUIRE( ( Map.GetSize() == 100 && std::all_of( Map.begin(), Map.end(), IsWhole ) ) );
 }
 
 HYBRID_FAMILY( " Default Constructor" ) { REQUIRE( SMapBench<TestType>().GetBuckets() >= 8 ); }

@@ -53,13 +53,7 @@ TEST_CASE( "CZanUnorderedSet iterators", "[unordered_set]" )
 
 TEST_CASE( "CZanHybridUnorderedSet with a custom parent allocator", "[unordered_set]" )
 {
-    SBench Bench;
-    THybridSet<8> Set( &Bench._Memory );
-    for ( int32 Count = 0; Count < 40; Fill( &Bench, &Set, Count++, 1 ) )
-    {
-        REQUIRE( Bench._Memory._AllocationCount == ( Count > 27 ) );
-        REQUIRE( ( Set.GetInfo()._Buckets == ( Count > 27 ? 64 : 32 ) && Holds( Set, 0, Count ) ) );
-    }
+    CheckInlineRoom<THybridSet<8>>();
 }
 
 TEST_CASE( "CZanUnorderedSet::ReleaseValue", "[unordered_set]" )

@@ -1,30 +1,18 @@
 #include "zan_core/holders/zan_ptr.h"
 
 #include "zan_core/hashing/zan_unordered_set.h"
+#include "zan_core/holders/tests/holder_bench.h"
 #include "zan_test/include/zan_test_allocator.h"
 #include "zan_test/include/zan_test_catch.h"
 #include "zan_test/include/zan_test_types.h"
 
 #include <memory>
 
+using namespace NHolderBench;
 using namespace NZanTestUtils;
 
 namespace
 {
-struct SCounted : CZanRefCountable, SMovable
-{
-    using SMovable::SMovable;
-};
-struct SDerived : SCounted
-{
-    using SCounted::SCounted;
-};
-
-struct SFirstBase
-{
-    virtual ~SFirstBase() = default;
-    int64 _Data[ 4 ] = {};
-};
 struct SAllocatedBase : CZanAllocatedRefCountable, SMovable
 {
     SAllocatedBase( CZanAllocator& Allocator, SLifeCounters* pLife )
@@ -36,31 +24,11 @@ struct SAllocated : SFirstBase, SAllocatedBase // so that the counting base is n
     using SAllocatedBase::SAllocatedBase;
 };
 
-using COwner = CZanPtr<SCounted>;
+using COwner = CZanPtr<SBase>;
 
-struct SIncomplete;
-struct SHolder
-{
-    SHolder();
-    ~SHolder();
-    CZanPtr<SIncomplete> _Member;
-};
-struct SIncomplete : CZanRefCountable
-{};
-SHolder::SHolder() = default;
-SHolder::~SHolder() = default;
-
-static_assert( sizeof( COwner ) == sizeof( SCounted* ) && !std::is_convertible_v<SCounted*, COwner> );
+static_assert( sizeof( COwner ) == sizeof( SBase* ) && !std::is_convertible_v<SBase*, COwner> );
 static_assert( std::is_convertible_v<CZanPtr<SDerived>, CZanPtr<const CZanRefCountable>> );
 static_assert( !std::is_constructible_v<CZanPtr<SDerived>, COwner> );
-
-/// Fails the case when an object is left over, or ended too early.
-struct SLifeCase
-{
-    SCounted* Make( int32 Value ) { return new SCounted( Value, &_Life ); }
-    ~SLifeCase() { CHECK( _Life.GetLiveCount() == 0 ); }
-    SLifeCounters _Life;
-};
 
 /// Looks at its owner when it ends.
 struct SLast : CZanRefCountable
@@ -81,19 +49,17 @@ bool Holds( const COwner& Owner, int32 Value, int32 ReferenceCount )
 
 TEST_CASE( "CZanPtr Default Constructor", "[scoped_ptr]" )
 {
-    const COwner Owner;
-    REQUIRE( ( !Owner && !static_cast<bool>( Owner ) && Owner == nullptr && Owner.GetPtr() == nullptr ) );
-    REQUIRE( !SHolder()._Member );
+    REQUIRE( ( IsEmpty( COwner() ) && IsEmpty( SHolder()._Counted ) ) );
 }
 
 TEST_CASE( "CZanPtr std::nullptr_t Constructor", "[scoped_ptr]" )
 {
-    REQUIRE( ( !COwner( nullptr ) && COwner( nullptr ) == COwner() ) );
+    REQUIRE( ( IsEmpty( COwner( nullptr ) ) && COwner( nullptr ) == COwner() ) );
 }
 
 TEST_CASE_METHOD( SLifeCase, "CZanPtr Pointer Constructor", "[scoped_ptr]" )
 {
-    SCounted* const pObject = Make( 3 );
+    SBase* const pObject = Make( 3 );
     const COwner Owner( pObject ), Other( pObject );
     REQUIRE( ( Holds( Owner, 3, 2 ) && Owner.GetPtr() == pObject && Owner->GetValue() == 3 ) );
     REQUIRE( ( Owner == Other && Owner == pObject && Owner != nullptr ) );
@@ -117,7 +83,7 @@ TEST_CASE_METHOD( SLifeCase, "CZanPtr Pointer Constructor", "[scoped_ptr]" )
 
 TEST_CASE_METHOD( SLifeCase, "ZanMakePtr", "[scoped_ptr]" )
 {
-    REQUIRE( ( Holds( ZanMakePtr<SCounted>(), 0, 1 ) && Holds( ZanMakePtr<SCounted>( 3, &_Life ), 3, 1 ) ) );
+    REQUIRE( ( Holds( ZanMakePtr<SBase>(), 0, 1 ) && Holds( ZanMakePtr<SBase>( 3, &_Life ), 3, 1 ) ) );
     struct STaker : CZanRefCountable
     {
         explicit STaker( std::unique_ptr<int32>&& pTaken ) : _pValue( std::move( pTaken ) ) {}
@@ -126,18 +92,9 @@ TEST_CASE_METHOD( SLifeCase, "ZanMakePtr", "[scoped_ptr]" )
     REQUIRE( *ZanMakePtr<STaker>( std::make_unique<int32>( 3 ) )->_pValue == 3 );
 }
 
-TEST_CASE_METHOD( SLifeCase, "CZanPtr::Reset", "[scoped_ptr]" )
+TEST_CASE( "CZanPtr::Reset", "[scoped_ptr]" )
 {
-    COwner Owner( Make( 3 ) );
-    Owner.Reset( Owner.GetPtr() );
-    REQUIRE( Holds( Owner, 3, 1 ) );
-    Owner.Reset( Make( 4 ) );
-    REQUIRE( ( Holds( Owner, 4, 1 ) && _Life.GetLiveCount() == 1 ) );
-    Owner.Reset( new SDerived( 5, &_Life ) );
-    REQUIRE( Holds( Owner, 5, 1 ) );
-    Owner.Reset();
-    REQUIRE( ( !Owner && _Life.GetLiveCount() == 0 ) );
-
+    CheckReset<CZanPtr>();
     bool bFoundNothing = false;
     CZanPtr<SLast> Last;
     Last.Reset( new SLast( Last, &bFoundNothing ) );
@@ -145,44 +102,19 @@ TEST_CASE_METHOD( SLifeCase, "CZanPtr::Reset", "[scoped_ptr]" )
     REQUIRE( bFoundNothing );
 }
 
-TEST_CASE_METHOD( SLifeCase, "CZanPtr::Swap", "[scoped_ptr]" )
-{
-    COwner First( Make( 3 ) ), Second( Make( 4 ) );
-    First.Swap( Second );
-    REQUIRE( ( Holds( First, 4, 1 ) && Holds( Second, 3, 1 ) ) );
-    swap( First, Second );
-    First.Swap( First );
-    REQUIRE( ( Holds( First, 3, 1 ) && Holds( Second, 4, 1 ) ) );
-}
-
-TEST_CASE_METHOD( SLifeCase, "CZanPtr Move Constructor", "[scoped_ptr]" )
-{
-    CZanPtr<SDerived> Owner( new SDerived( 3, &_Life ) );
-    COwner Base = std::move( Owner );
-    const COwner Moved = std::move( Base );
-    REQUIRE( ( Holds( Moved, 3, 1 ) && !Owner && !Base ) );
-}
+TEST_CASE( "CZanPtr::Swap", "[scoped_ptr]" ) { CheckSwap<CZanPtr>(); }
+TEST_CASE( "CZanPtr Move Constructor", "[scoped_ptr]" ) { CheckMoveConstruct<CZanPtr>(); }
 
 TEST_CASE_METHOD( SLifeCase, "CZanPtr Copy Constructor", "[scoped_ptr]" )
 {
-    CZanPtr<SDerived> Owner( new SDerived( 3, &_Life ) );
+    CZanPtr<SDerived> Owner( MakeDerived( 3 ) );
     const COwner Base = Owner, Copy = Base; // NOLINT(performance-unnecessary-copy-initialization)
     REQUIRE( ( Holds( Copy, 3, 3 ) && Copy == Owner ) );
     Owner.Reset();
     REQUIRE( ( Holds( Copy, 3, 2 ) && _Life.GetLiveCount() == 1 ) );
 }
 
-TEST_CASE_METHOD( SLifeCase, "CZanPtr Move Assign", "[scoped_ptr]" )
-{
-    COwner Owner( Make( 3 ) ), Moved( Make( 4 ) );
-    Moved = std::move( Owner );
-    REQUIRE( ( Holds( Moved, 3, 1 ) && !Owner && _Life.GetLiveCount() == 1 ) );
-    COwner& Self = Moved;
-    Moved = std::move( Self );
-    REQUIRE( Holds( Moved, 3, 1 ) );
-    Moved = CZanPtr<SDerived>( new SDerived( 5, &_Life ) );
-    REQUIRE( ( Holds( Moved, 5, 1 ) && _Life.GetLiveCount() == 1 ) );
-}
+TEST_CASE( "CZanPtr Move Assign", "[scoped_ptr]" ) { CheckMoveAssign<CZanPtr>(); }
 
 TEST_CASE_METHOD( SLifeCase, "CZanPtr Copy Assign", "[scoped_ptr]" )
 {
@@ -206,7 +138,7 @@ TEST_CASE_METHOD( SLifeCase, "CZanPtr Copy Assign", "[scoped_ptr]" )
         Copy = static_cast<const COwner&>( Copy );
         REQUIRE( ( Holds( Copy, 3, 2 ) && _Life.GetLiveCount() == 2 ) );
     }
-    const CZanPtr<SDerived> Derived( new SDerived( 5, &_Life ) );
+    const CZanPtr<SDerived> Derived( MakeDerived( 5 ) );
     Copy = Derived;
     REQUIRE( ( Holds( Copy, 5, 2 ) && Holds( Owner, 3, 1 ) ) );
 }

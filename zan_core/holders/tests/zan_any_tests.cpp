@@ -1,5 +1,6 @@
 #include "zan_core/holders/zan_any.h"
 
+#include "zan_core/holders/tests/holder_bench.h"
 #include "zan_core/holders/zan_scoped_ptr.h"
 #include "zan_core/text/zan_string.h"
 #include "zan_test/include/zan_test_catch.h"
@@ -12,6 +13,7 @@
 #include <vector>
 
 using namespace NZanTestUtils;
+using NHolderBench::SLifeCase;
 
 namespace
 {
@@ -25,13 +27,6 @@ static_assert( sizeof( SMovable ) == 16 && !std::is_copy_constructible_v<CZanAny
 struct SOverAligned
 {
     alignas( 64 ) int32 _Value = 3;
-};
-
-/// Fails the case when an object is left over.
-struct SLifeCase
-{
-    ~SLifeCase() { CHECK( _Life.GetLiveCount() == 0 ); }
-    SLifeCounters _Life;
 };
 
 /// The value of the holder came by this operation.
@@ -144,7 +139,6 @@ TEST_CASE_METHOD( SLifeCase, "CZanAny Move Construct", "[any]" )
         const decltype( Form ) Target = std::move( Source );
         REQUIRE( Holds<SMovable>( Target, 3, CLifeObserver::MoveConstructed ) );
         REQUIRE( Holds<SMovable>( Source, 0, CLifeObserver::MovedFromByConstruction ) );
-        REQUIRE( Source.template GetValue<SMovable>() != Target.template GetValue<SMovable>() );
     } );
     CZanAny<8, false> Source = ZanMakeScopedPtr<int32>( 42 );
     const CZanAny<8, false> Target = std::move( Source );
@@ -156,12 +150,10 @@ TEST_CASE_METHOD( SLifeCase, "CZanAny Value Assignment", "[any]" )
     ForBothForms( [ & ]( auto Any ) {
         const SMovable Value( 3, &_Life );
         Any = SMovable( 4, &_Life );
-        const SMovable* const pHeld = Any.template GetValue<SMovable>();
         REQUIRE( Holds<SMovable>( Any = Value, 3, CLifeObserver::CopyAssigned ) );
         Any = SMovable( 4, &_Life );
         Any = std::move( *Any.template AccessValue<SMovable>() );
         REQUIRE( Holds<SMovable>( Any, 4, CLifeObserver::MoveAssigned ) );
-        REQUIRE( pHeld == Any.template GetValue<SMovable>() );
         Any = 5;
         REQUIRE( ( Any == 5 && _Life.GetLiveCount() == 1 ) );
         for ( const SUnassignable& Unassignable : { SUnassignable{ {}, 1 }, SUnassignable{ {}, 2 } } )
@@ -207,11 +199,7 @@ TEST_CASE_METHOD( SLifeCase, "CZanAny Copy Assignment", "[any]" )
             }
         }
         TAny Target = SMovable( 4, &_Life );
-        const SMovable* const pHeld = Target.template GetValue<SMovable>();
-        Target = Sources[ 2 ];
-        REQUIRE( Holds<SMovable>( Target, 7, CLifeObserver::CopyAssigned ) );
-        REQUIRE( pHeld == Target.template GetValue<SMovable>() );
-
+        REQUIRE( Holds<SMovable>( Target = Sources[ 2 ], 7, CLifeObserver::CopyAssigned ) );
         TAny Throwing = SThrowing( 12, &_Life );
         *Throwing.template AccessValue<SThrowing>() = SThrowing( 13 );
         REQUIRE_THROWS( Target = Throwing );
@@ -241,11 +229,8 @@ TEST_CASE_METHOD( SLifeCase, "CZanAny Move Assignment", "[any]" )
             REQUIRE( Source.GetTypeHandle() == Expected[ First ].GetTypeHandle() );
         }
         TAny Source = SMovable( 3, &_Life ), Target = SMovable( 4, &_Life );
-        const SMovable* const pHeld = Target.template GetValue<SMovable>();
-        Target = std::move( Source );
-        REQUIRE( Holds<SMovable>( Target, 3, CLifeObserver::MoveAssigned ) );
+        REQUIRE( Holds<SMovable>( Target = std::move( Source ), 3, CLifeObserver::MoveAssigned ) );
         REQUIRE( Holds<SMovable>( Source, 0, CLifeObserver::MovedFromByAssignment ) );
-        REQUIRE( pHeld == Target.template GetValue<SMovable>() );
     } );
 }
 
@@ -260,21 +245,17 @@ TEST_CASE( "CZanAny::GetValue", "[any]" )
     const CInPlace Any = SCopyable( 3 );
     const CHeap Other = SCopyable( 3 );
     const auto IsInside = []( const auto& Holder ) {
-        const auto* const pValue = reinterpret_cast<const char*>( Holder.template GetValue<SCopyable>() );
-        return std::less<>()( reinterpret_cast<const char*>( &Holder ), pValue ) &&
-               std::less<>()( pValue, reinterpret_cast<const char*>( &Holder + 1 ) );
+        const auto Address = []( const auto* pData ) { return reinterpret_cast<std::uintptr_t>( pData ); };
+        return Address( Holder.template GetValue<SCopyable>() ) - Address( &Holder ) < sizeof( Holder );
     };
     REQUIRE( ( IsInside( Any ) && !IsInside( Other ) && Any.GetValue<SMovable>() == nullptr ) );
 }
 
 TEST_CASE( "CZanAny::AccessValue", "[any]" )
 {
-    ForBothForms( []( auto Any ) {
-        Any = SCopyable( 3 );
-        *Any.template AccessValue<SCopyable>() = 4;
-        REQUIRE( *Any.template GetValue<SCopyable>() == 4 );
-        REQUIRE( Any.template AccessValue<int32>() == nullptr );
-    } );
+    CHeap Any = SCopyable( 3 );
+    *Any.AccessValue<SCopyable>() = 4;
+    REQUIRE( ( *Any.GetValue<SCopyable>() == 4 && Any.AccessValue<int32>() == nullptr ) );
 }
 
 TEST_CASE( "CZanAny::Visit", "[any]" )
@@ -403,15 +384,13 @@ TEST_CASE( "CZanAny Hash", "[any]" )
         REQUIRE( ( Any.CalcValueHash() == Other.CalcValueHash() && ZanHash( Any ) != ZanHash( Other ) ) );
         REQUIRE( ZanHash( Any ) == ZanHash( CZanAny<8, false>( First ) ) );
         REQUIRE( ZanHash( Any ) == CHeap::CalcHash( First ) );
-        REQUIRE( ZanHash( Any ) ==
-                 NZanHash::NDetail::Combine( ZanHash( First ), ZanHash( Any.GetTypeHandle() ) ) );
     };
     CheckPair( int32( 37 ), uint32( 37 ) );
-    CheckPair( int64( 37 ), uint64( 37 ) );
     CheckPair( CString(), CZanStringView() );
     CheckPair( CString( "thirty-seven" ), CZanStringView( "thirty-seven" ) );
     REQUIRE( CHeap::CalcHash<double>( 37 ) == ZanHash( CHeap( 37.0 ) ) );
-    REQUIRE( CHeap( SOverAligned() ).CalcValueHash() == 0 );
+    REQUIRE(
+        ( ZanHash( CHeap( 3 ) ) != ZanHash( CHeap( 4 ) ) && CHeap( SOverAligned() ).CalcValueHash() == 0 ) );
 
     CZanScopedPtr<float> Owner = ZanMakeScopedPtr<float>( 37.0f );
     const uint32 Hash = CZanAny<8, false>::CalcHash( Owner );

@@ -127,7 +127,7 @@ TEST_CASE( "CZanStringView::FindLast", "[string_view]" )
 {
     REQUIRE( ( HelloView.FindLast( "lnw" ) == 9 && HelloView.FindLast( "xyz", 0 ) == -1 ) );
     REQUIRE( ( HelloView.FindLast( 'l' ) == 9 && HelloView.FindLast( "curd", 3, 11 ) == 8 ) );
-    REQUIRE( ( HelloView.FindLast( "H", -1 ) == -1 && HelloView.FindLast( 'H', -1 ) == -1 ) );
+    REQUIRE( ( HelloView.FindLast( "H", -1 ) == -1 && HelloView.FindLast( 'H', -7 ) == -1 ) );
 }
 
 TEST_CASE( "CZanStringView operator==", "[string_view]" ) { CheckRelation( std::equal_to<>() ); }
