@@ -49,6 +49,27 @@ void CopyLittleEndian( void* pTo, const void* pFrom, uint64 ByteCount )
     }
 }
 
+using CData = decltype( SAssetProperty::_Data );
+
+/// None for data of another type.
+template <typename T>
+inline CZanSpan<const T> GetNumbers( const CData& Data )
+{
+    if ( const T* const pNumber = Data.GetValue<T>() )
+    {
+        return CZanSpan<const T>( pNumber, 1 );
+    }
+    const CZanArray<T>* const pNumbers = Data.GetValue<CZanArray<T>>();
+    return pNumbers != nullptr ? CZanSpan<const T>( *pNumbers ) : CZanSpan<const T>();
+}
+
+inline CZanSpan<const CZanStringView> GetStrings( const CData& Data )
+{
+    const SStringTable* const pTable = Data.GetValue<SStringTable>();
+    return pTable != nullptr ? CZanSpan<const CZanStringView>( pTable->_Views )
+                             : CZanSpan<const CZanStringView>();
+}
+
 void Report( const char* pProblem, CZanStringView Name )
 {
     ZanLog( { __FILE__, __LINE__, LogCategoryError }, "%s: %.*s", pProblem, Name.GetSize(), Name.GetData() );
@@ -74,19 +95,19 @@ public:
     void Flush();
 
 protected:
-    void Put( const void* pData, uint64 Size );
+    void Put( const char* pData, uint64 Size );
     void Put( CZanStringView Text ) { Put( Text.GetData(), static_cast<uint64>( Text.GetSize() ) ); }
     void Put( char Char ) { *MakeRoom( 1 ) = Char, ++_Size; }
     void Put( char Char, int32 Count );
 
-    /// Of at most 64 bytes. Calls TPutter( char* pFirst, char* pLast ), which gives the end of what it wrote.
-    template <typename TPutter>
-    void PutShort( const TPutter& Putter );
-
-private:
     static constexpr int32 Capacity = 16384;
 
+    /// For at most Capacity bytes, the first of which is given. MoveTo then says where they end.
     char* MakeRoom( int32 Size );
+    void MoveTo( const char* pEnd ) { _Size = static_cast<int32>( pEnd - _Chars ); }
+
+private:
+    void PutSlowly( const char* pData, uint64 Size );
 
     CFile& _File;
     int32 _Size = 0;
@@ -108,22 +129,31 @@ inline char* COutput::MakeRoom( int32 Size )
     return _Chars + _Size;
 }
 
-void COutput::Put( const void* pData, uint64 Size )
+inline void COutput::Put( const char* pData, uint64 Size )
 {
-    if ( Size <= Capacity )
+    if ( Size > static_cast<uint64>( Capacity - _Size ) )
     {
-        char* const pRoom = MakeRoom( static_cast<int32>( Size ) );
-        std::copy_n( static_cast<const char*>( pData ), Size, pRoom );
-        _Size += static_cast<int32>( Size );
+        PutSlowly( pData, Size );
         return;
     }
+    std::copy_n( pData, Size, _Chars + _Size );
+    _Size += static_cast<int32>( Size );
+}
+
+void COutput::PutSlowly( const char* pData, uint64 Size )
+{
     Flush();
+    if ( Size <= Capacity )
+    {
+        Put( pData, Size );
+        return;
+    }
     constexpr uint64 MaxPiece = uint64( 1 ) << 30; // a size of a write has 32 bits
     for ( uint64 Piece; Size > 0; Size -= Piece )
     {
         Piece = std::min( Size, MaxPiece );
         _File.Write( pData, static_cast<uint32>( Piece ) );
-        pData = static_cast<const char*>( pData ) + Piece;
+        pData += Piece;
     }
 }
 
@@ -135,12 +165,16 @@ void COutput::Put( char Char, int32 Count )
     }
 }
 
-template <typename TPutter>
-inline void COutput::PutShort( const TPutter& Putter )
+/// Gives the end.
+inline char* PutText( char* pTo, CZanStringView Text )
 {
-    constexpr int32 MaxSize = 64;
-    char* const pFirst = MakeRoom( MaxSize );
-    _Size += static_cast<int32>( Putter( pFirst, pFirst + MaxSize ) - pFirst );
+    return std::copy_n( Text.GetData(), Text.GetSize(), pTo );
+}
+
+inline char* PutUint32( char* pTo, uint32 Value )
+{
+    CopyLittleEndian( pTo, &Value, sizeof( Value ) );
+    return pTo + sizeof( Value );
 }
 
 class CBinaryOutput : public COutput
@@ -149,73 +183,65 @@ public:
     explicit CBinaryOutput( CFile& File ) : COutput( File ) { Put( BinaryHeader ); }
 
     void PutObjectName( CZanStringView Name, int32 Depth );
-    void PutPropertyName( CZanStringView Name, int32 Depth );
+
+    /// Begins a property. The values follow.
+    void PutHead( CZanStringView Name, int32 Depth, char Type, int32 Count );
     template <typename T>
     void PutNumbers( CZanSpan<const T> Numbers );
     void PutStrings( CZanSpan<const CZanStringView> Strings );
-
-private:
-    void PutUint32( uint32 Value );
 };
 
 void CBinaryOutput::PutObjectName( CZanStringView Name, int32 Depth )
 {
-    if ( Name.Find( '\0' ) >= 0 || ( !Name.IsEmpty() && Name[ 0 ] == '[' ) )
+    const CZanStringView Kept = UpToZero( Name );
+    if ( Kept.GetSize() < Name.GetSize() || ( !Name.IsEmpty() && Name[ 0 ] == '[' ) )
     {
         Report( "A binary asset cannot give back the object name", Name );
     }
     Put( '[', Depth );
-    Put( UpToZero( Name ) );
+    Put( Kept );
     Put( '\0' );
 }
 
-void CBinaryOutput::PutPropertyName( CZanStringView Name, int32 )
+inline void CBinaryOutput::PutHead( CZanStringView Name, int32, char Type, int32 Count )
 {
     const uint8 Size = static_cast<uint8>( Name.GetSize() );
     if ( Size != Name.GetSize() )
     {
         Report( "A binary asset cannot give back the property name", Name );
     }
-    Put( '!' );
-    Put( static_cast<char>( Size ) );
-    Put( Name.GetSubstring( 0, Size ) );
+    char* pTo = MakeRoom( std::numeric_limits<uint8>::max() + 7 );
+    *pTo++ = '!';
+    *pTo++ = static_cast<char>( Size );
+    pTo = PutText( pTo, Name.GetSubstring( 0, Size ) );
+    *pTo++ = Type;
+    MoveTo( PutUint32( pTo, static_cast<uint32>( Count ) ) );
 }
 
 template <typename T>
-void CBinaryOutput::PutNumbers( CZanSpan<const T> Numbers )
+inline void CBinaryOutput::PutNumbers( CZanSpan<const T> Numbers )
 {
-    Put( TypeLetter<T> );
-    PutUint32( static_cast<uint32>( Numbers.GetSize() ) );
     if constexpr ( std::endian::native == std::endian::little )
     {
-        Put( Numbers.GetData(), Numbers.GetByteSize() );
+        Put( reinterpret_cast<const char*>( Numbers.GetData() ), Numbers.GetByteSize() );
     }
     else
     {
         for ( const T Number : Numbers )
         {
-            PutUint32( std::bit_cast<uint32>( Number ) );
+            MoveTo( PutUint32( MakeRoom( sizeof( T ) ), std::bit_cast<uint32>( Number ) ) );
         }
     }
 }
 
 void CBinaryOutput::PutStrings( CZanSpan<const CZanStringView> Strings )
 {
-    Put( TypeLetter<CZanStringView> );
-    PutUint32( static_cast<uint32>( Strings.GetSize() ) );
     for ( const CZanStringView String : Strings )
     {
-        PutUint32( static_cast<uint32>( String.GetSize() ) + 1 );
+        MoveTo( PutUint32( MakeRoom( sizeof( uint32 ) ), static_cast<uint32>( String.GetSize() ) + 1 ) );
         Put( String );
         Put( '\0' );
     }
-}
-
-void CBinaryOutput::PutUint32( uint32 Value )
-{
-    char Bytes[ sizeof( Value ) ];
-    CopyLittleEndian( Bytes, &Value, sizeof( Value ) );
-    Put( Bytes, sizeof( Bytes ) );
 }
 
 class CTextOutput : public COutput
@@ -224,13 +250,14 @@ public:
     explicit CTextOutput( CFile& File ) : COutput( File ) { Put( TextHeader ); }
 
     void PutObjectName( CZanStringView Name, int32 Depth );
-    void PutPropertyName( CZanStringView Name, int32 Depth );
+
+    /// Begins a property. The values follow.
+    void PutHead( CZanStringView Name, int32 Depth, char Type, int32 Count );
     template <typename T>
     void PutNumbers( CZanSpan<const T> Numbers );
     void PutStrings( CZanSpan<const CZanStringView> Strings );
 
 private:
-    void PutHead( char Type, int32 Count );
     template <typename T>
     void PutNumber( T Number );
     void PutEscaped( CZanStringView String );
@@ -249,7 +276,7 @@ void CTextOutput::PutObjectName( CZanStringView Name, int32 Depth )
     Put( '\n' );
 }
 
-void CTextOutput::PutPropertyName( CZanStringView Name, int32 Depth )
+void CTextOutput::PutHead( CZanStringView Name, int32 Depth, char Type, int32 Count )
 {
     if ( Name.FindFirst( CZanStringView( " \n\0", 3 ) ) >= 0 || Name.IsEmpty() || !IsVisible( Name[ 0 ] ) ||
          Name[ 0 ] == '#' || Name[ 0 ] == '[' )
@@ -258,12 +285,15 @@ void CTextOutput::PutPropertyName( CZanStringView Name, int32 Depth )
     }
     Put( '\t', Depth );
     Put( UpToZero( Name ) );
+    Put( ' ' );
+    Put( Type );
+    Put( ' ' );
+    PutNumber( Count );
 }
 
 template <typename T>
 void CTextOutput::PutNumbers( CZanSpan<const T> Numbers )
 {
-    PutHead( TypeLetter<T>, Numbers.GetSize() );
     for ( const T Number : Numbers )
     {
         Put( ' ' );
@@ -274,7 +304,6 @@ void CTextOutput::PutNumbers( CZanSpan<const T> Numbers )
 
 void CTextOutput::PutStrings( CZanSpan<const CZanStringView> Strings )
 {
-    PutHead( TypeLetter<CZanStringView>, Strings.GetSize() );
     for ( const CZanStringView String : Strings )
     {
         if ( String.Find( '\0' ) >= 0 )
@@ -288,28 +317,21 @@ void CTextOutput::PutStrings( CZanSpan<const CZanStringView> Strings )
     Put( '\n' );
 }
 
-void CTextOutput::PutHead( char Type, int32 Count )
-{
-    Put( ' ' );
-    Put( Type );
-    Put( ' ' );
-    PutNumber( Count );
-}
-
 /// Without the locale, of which a C library's print functions take the decimal point.
 template <typename T>
 void CTextOutput::PutNumber( T Number )
 {
-    PutShort( [ Number ]( char* pFirst, char* pLast ) {
-        if constexpr ( std::is_same_v<T, float> )
-        {
-            return std::to_chars( pFirst, pLast, double( Number ), std::chars_format::general, 6 ).ptr;
-        }
-        else
-        {
-            return NZanStringUtils::to_chars( pFirst, pLast, Number ).ptr;
-        }
-    } );
+    constexpr int32 MaxSize = 64;
+    char* const pFirst = MakeRoom( MaxSize );
+    if constexpr ( std::is_same_v<T, float> )
+    {
+        MoveTo(
+            std::to_chars( pFirst, pFirst + MaxSize, double( Number ), std::chars_format::general, 6 ).ptr );
+    }
+    else
+    {
+        MoveTo( NZanStringUtils::to_chars( pFirst, pFirst + MaxSize, Number ).ptr );
+    }
 }
 
 void CTextOutput::PutEscaped( CZanStringView String )
@@ -329,18 +351,23 @@ void PutProperties( TOutput& Output, const CAssetObject& Object, int32 Depth )
 {
     for ( const SAssetProperty& Property : Object.GetProperties() )
     {
-        Output.PutPropertyName( Property._Name, Depth );
-        if ( Property.HasFloatData() )
+        const CZanSpan<const float> Floats = GetNumbers<float>( Property._Data );
+        const CZanSpan<const CZanStringView> Strings = GetStrings( Property._Data );
+        if ( !Floats.IsEmpty() )
         {
-            Output.PutNumbers( Property.GetFloatData() );
+            Output.PutHead( Property._Name, Depth, TypeLetter<float>, Floats.GetSize() );
+            Output.PutNumbers( Floats );
         }
-        else if ( Property.HasStringData() )
+        else if ( !Strings.IsEmpty() )
         {
-            Output.PutStrings( Property.GetStringData() );
+            Output.PutHead( Property._Name, Depth, TypeLetter<CZanStringView>, Strings.GetSize() );
+            Output.PutStrings( Strings );
         }
         else
         {
-            Output.PutNumbers( Property.GetIntData() );
+            const CZanSpan<const int32> Ints = GetNumbers<int32>( Property._Data );
+            Output.PutHead( Property._Name, Depth, TypeLetter<int32>, Ints.GetSize() );
+            Output.PutNumbers( Ints );
         }
     }
 }
@@ -427,6 +454,132 @@ int32 CountLeadingBrackets( CZanStringView Text )
     return Count;
 }
 
+uint32 ReadUint32( const char* pBytes )
+{
+    uint32 Value;
+    CopyLittleEndian( &Value, pBytes, sizeof( Value ) );
+    return Value;
+}
+
+/// Where the parts of a property lie in the binary form. All that it says of them is checked against what is
+/// there, so that they are read without further checks.
+struct SPropertyRecord
+{
+    enum EState
+    {
+        CutOff,
+        Unknown, // of a type that there is not
+        Whole
+    };
+
+    /// At the start of Bytes, which is a '!'.
+    explicit SPropertyRecord( CZanStringView Bytes );
+
+    CZanStringView _Name;
+    CZanStringView _Values;
+    int32 _Count = 0;
+    int32 _CharCount = 0; // of all strings, with a zero byte for each
+    char _Type = 0;
+    EState _State = CutOff;
+
+private:
+    void FindStrings( const char* pFirst, const char* pLast );
+};
+
+inline SPropertyRecord::SPropertyRecord( CZanStringView Bytes )
+{
+    constexpr int32 CountSize = sizeof( uint32 );
+    const int32 NameEnd = Bytes.GetSize() < 2 ? 2 : static_cast<uint8>( Bytes[ 1 ] ) + 2;
+    if ( NameEnd >= Bytes.GetSize() )
+    {
+        return;
+    }
+    _Name = Bytes.GetSubstring( 2, NameEnd );
+    _Type = Bytes[ NameEnd ];
+    if ( _Type != TypeLetter<float> && _Type != TypeLetter<int32> && _Type != TypeLetter<CZanStringView> )
+    {
+        _State = Unknown;
+        return;
+    }
+    const int32 Rest = Bytes.GetSize() - NameEnd - 1 - CountSize;
+    if ( Rest < 0 )
+    {
+        return;
+    }
+    const char* const pValues = Bytes.GetIterEnd() - Rest;
+    const uint32 Count = ReadUint32( pValues - CountSize );
+    if ( Count > static_cast<uint32>( Rest ) / sizeof( uint32 ) ) // which each value has at least
+    {
+        return;
+    }
+    _Count = static_cast<int32>( Count );
+    if ( _Type == TypeLetter<CZanStringView> )
+    {
+        FindStrings( pValues, pValues + Rest );
+        return;
+    }
+    _Values = CZanStringView( pValues, _Count * int32( sizeof( uint32 ) ) );
+    _State = Whole;
+}
+
+void SPropertyRecord::FindStrings( const char* pFirst, const char* pLast )
+{
+    const char* pString = pFirst;
+    for ( int32 i = 0; i < _Count; ++i )
+    {
+        if ( pLast - pString < int32( sizeof( uint32 ) ) )
+        {
+            return;
+        }
+        const uint32 Size = ReadUint32( pString ); // with the zero byte
+        pString += sizeof( uint32 );
+        if ( pLast - pString < int64( Size ) )
+        {
+            return;
+        }
+        pString += Size;
+        _CharCount += static_cast<int32>( std::max( Size, 1u ) );
+    }
+    _Values = CZanStringView( pFirst, static_cast<int32>( pString - pFirst ) );
+    _State = Whole;
+}
+
+template <typename T>
+void ReadNumbers( const SPropertyRecord& Record, CData& Data )
+{
+    if ( Record._Count == 1 )
+    {
+        T Number;
+        CopyLittleEndian( &Number, Record._Values.GetData(), sizeof( T ) );
+        Data = Number;
+        return;
+    }
+    CZanArray<T> Numbers;
+    Numbers.SetSizeNoInit( Record._Count );
+    CopyLittleEndian(
+        Numbers.GetData(), Record._Values.GetData(), static_cast<uint64>( Record._Values.GetSize() ) );
+    Data = std::move( Numbers );
+}
+
+void ReadStrings( const SPropertyRecord& Record, CData& Data )
+{
+    Data = SStringTable();
+    SStringTable& Table = *Data.AccessValue<SStringTable>(); // filled in place, where moving it is dear
+    Table._Chars.SetSizeNoInit( Record._CharCount );
+    Table._Views.Reserve( Record._Count );
+    const char* pFrom = Record._Values.GetData();
+    char* pTo = Table._Chars.GetData();
+    for ( int32 i = 0; i < Record._Count; ++i )
+    {
+        const int32 Size = static_cast<int32>( ReadUint32( pFrom ) );
+        const CZanStringView String( pFrom + sizeof( uint32 ), std::max( Size, 1 ) - 1 );
+        Table._Views.Append( CZanStringView::FromNullTerminated( pTo, String.GetSize() ) );
+        pTo = PutText( pTo, String );
+        *pTo++ = '\0';
+        pFrom += sizeof( uint32 ) + static_cast<size_t>( Size );
+    }
+}
+
 class CBinaryReader
 {
 public:
@@ -439,15 +592,11 @@ private:
     // A record that the end cuts off is not added, and nothing is left to read.
 
     void ReadObject();
-    void ReadProperty();
-    template <typename T>
-    bool ReadNumbers( CZanStringView Name, uint32 Count );
-    bool ReadStrings( CZanStringView Name, uint32 Count );
-    bool ReadUint32( uint32& Value );
+    void ReadProperties();
 
     CZanStringView _Rest;
     CLastObjects _Objects;
-    CZanArray<CZanStringView> _Strings; // of one property; kept for its memory
+    CZanArray<SPropertyRecord> _Records; // kept for its memory
 };
 
 bool CBinaryReader::Read()
@@ -460,7 +609,7 @@ bool CBinaryReader::Read()
         }
         else if ( _Rest[ 0 ] == '!' )
         {
-            ReadProperty();
+            ReadProperties();
         }
         else
         {
@@ -482,84 +631,44 @@ void CBinaryReader::ReadObject()
     _Rest.RemovePrefix( NameSize >= 0 ? NameSize + 1 : _Rest.GetSize() );
 }
 
-void CBinaryReader::ReadProperty()
+/// Up to the next record of another kind: their object makes room for all of them at once.
+void CBinaryReader::ReadProperties()
 {
-    _Rest.RemovePrefix( 1 );
-    const int32 NameSize = _Rest.IsEmpty() ? 0 : static_cast<uint8>( _Rest[ 0 ] );
-    if ( NameSize + 1 >= _Rest.GetSize() )
+    _Records.RemoveAll();
+    while ( !_Rest.IsEmpty() && _Rest[ 0 ] == '!' )
     {
-        _Rest = CZanStringView();
-        return;
-    }
-    const CZanStringView Name = _Rest.GetSubstring( 1, NameSize + 1 );
-    const char Type = _Rest[ NameSize + 1 ];
-    const auto Read = Type == TypeLetter<float>            ? &CBinaryReader::ReadNumbers<float>
-                      : Type == TypeLetter<int32>          ? &CBinaryReader::ReadNumbers<int32>
-                      : Type == TypeLetter<CZanStringView> ? &CBinaryReader::ReadStrings
-                                                           : nullptr;
-    if ( Read == nullptr )
-    {
-        return; // goes on at the byte of the size
-    }
-    _Rest.RemovePrefix( NameSize + 2 );
-    uint32 Count = 0;
-    if ( !ReadUint32( Count ) || !( this->*Read )( Name, Count ) )
-    {
-        _Rest = CZanStringView();
-    }
-}
-
-template <typename T>
-bool CBinaryReader::ReadNumbers( CZanStringView Name, uint32 Count )
-{
-    if ( Count > static_cast<uint32>( _Rest.GetSize() ) / sizeof( T ) )
-    {
-        return false;
-    }
-    auto& Data = _Objects.AddProperty( Name )._Data;
-    if ( Count == 1 )
-    {
-        T Number;
-        CopyLittleEndian( &Number, _Rest.GetData(), sizeof( T ) );
-        Data = Number;
-    }
-    else
-    {
-        CZanArray<T> Numbers;
-        Numbers.SetSizeNoInit( static_cast<int32>( Count ) );
-        CopyLittleEndian( Numbers.GetData(), _Rest.GetData(), Count * sizeof( T ) );
-        Data = std::move( Numbers );
-    }
-    _Rest.RemovePrefix( static_cast<int32>( Count * sizeof( T ) ) );
-    return true;
-}
-
-bool CBinaryReader::ReadStrings( CZanStringView Name, uint32 Count )
-{
-    _Strings.RemoveAll();
-    for ( ; Count > 0; --Count )
-    {
-        uint32 Size = 0; // with the zero byte
-        if ( !ReadUint32( Size ) || Size > static_cast<uint32>( _Rest.GetSize() ) )
+        const SPropertyRecord& Record = _Records.AppendEmplace( _Rest );
+        if ( Record._State == SPropertyRecord::Whole )
         {
-            return false;
+            _Rest.RemovePrefix( static_cast<int32>( Record._Values.GetIterEnd() - _Rest.GetData() ) );
+            continue;
         }
-        _Strings.Append( _Rest.GetSubstring( 0, static_cast<int32>( std::max( Size, 1u ) - 1 ) ) );
-        _Rest.RemovePrefix( static_cast<int32>( Size ) );
+        // One of an unknown type goes on at the byte of the size.
+        _Rest.RemovePrefix( Record._State == SPropertyRecord::Unknown ? 1 : _Rest.GetSize() );
+        _Records.RemoveTail();
     }
-    _Objects.AddProperty( Name )._Data = SStringTable( _Strings );
-    return true;
-}
 
-bool CBinaryReader::ReadUint32( uint32& Value )
-{
-    if ( _Rest.GetSize() < int32( sizeof( Value ) ) )
+    CZanArray<SAssetProperty>& Properties = _Objects.GetLast().AccessProperties();
+    if ( Properties.IsEmpty() )
     {
-        return false;
+        Properties.Reserve( _Records.GetSize() );
     }
-    CopyLittleEndian( &Value, _Rest.GetData(), sizeof( Value ) );
-    _Rest.RemovePrefix( sizeof( Value ) );
-    return true;
+    for ( const SPropertyRecord& Record : _Records )
+    {
+        CData& Data = Properties.AppendEmplace( Record._Name )._Data;
+        if ( Record._Type == TypeLetter<float> )
+        {
+            ReadNumbers<float>( Record, Data );
+        }
+        else if ( Record._Type == TypeLetter<int32> )
+        {
+            ReadNumbers<int32>( Record, Data );
+        }
+        else
+        {
+            ReadStrings( Record, Data );
+        }
+    }
 }
 
 // What a text is made of: runs of visible characters, and all between them, line feeds included.
@@ -808,17 +917,6 @@ void CTextReader::ReadStrings( CZanStringView Name, uint64 Count, CZanStringView
     _Objects.AddProperty( Name )._Data = SStringTable( std::move( Chars ), std::move( Views ) );
 }
 
-template <typename T, typename TValue>
-CZanSpan<const T> GetNumbers( const TValue& Data )
-{
-    if ( const T* const pNumber = Data.template GetValue<T>() )
-    {
-        return CZanSpan<const T>( pNumber, 1 );
-    }
-    const CZanArray<T>* const pNumbers = Data.template GetValue<CZanArray<T>>();
-    return pNumbers != nullptr ? CZanSpan<const T>( *pNumbers ) : CZanSpan<const T>();
-}
-
 template <typename T>
 CZanSpan<const T> AsSpan( std::initializer_list<T> Values )
 {
@@ -932,12 +1030,7 @@ CZanSpan<const float> SAssetProperty::GetFloatData() const { return GetNumbers<f
 
 CZanSpan<const int32> SAssetProperty::GetIntData() const { return GetNumbers<int32>( _Data ); }
 
-CZanSpan<const CZanStringView> SAssetProperty::GetStringData() const
-{
-    const SStringTable* const pTable = _Data.GetValue<SStringTable>();
-    return pTable != nullptr ? CZanSpan<const CZanStringView>( pTable->_Views )
-                             : CZanSpan<const CZanStringView>();
-}
+CZanSpan<const CZanStringView> SAssetProperty::GetStringData() const { return GetStrings( _Data ); }
 
 // --- CAssetObject ------------------------------------------------------------------------------------------
 

@@ -154,6 +154,51 @@ bool CZanPersistentReader::ReadStatementOfBlock()
     return true;
 }
 
+bool CZanPersistentReader::TryRead( CZanStringView Key, CString& Text )
+{
+    if ( !IsAssignment( Key ) )
+    {
+        return false;
+    }
+    if ( _Value._Type == NToken::OpenBlock || IsBlockEnd( _Value ) )
+    {
+        ReportMalformedValue();
+    }
+    else
+    {
+        Text = _Value.GetView();
+    }
+    return true;
+}
+
+bool CZanPersistentReader::TryRead( CZanStringView Key, CPersistent& Block )
+{
+    if ( !IsAssignment( Key ) )
+    {
+        return false;
+    }
+    if ( _Value._Type == NToken::OpenBlock )
+    {
+        Block.Read( *this );
+    }
+    else
+    {
+        ReportMalformedValue();
+    }
+    return true;
+}
+
+bool CZanPersistentReader::IsAssignment( CZanStringView Key ) const
+{
+    return _Operator._Type == NToken::Assign && _Key.GetView() == Key;
+}
+
+void CZanPersistentReader::ReportMalformedValue()
+{
+    ReportMalformedToken();
+    SkipBlock();
+}
+
 bool CZanPersistentReader::NextToken()
 {
     const bool bMore = _pLexer->GetTok();

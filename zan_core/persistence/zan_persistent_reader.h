@@ -3,6 +3,7 @@
 #include "zan_core/containers/zan_array.h"
 #include "zan_core/persistence/lexer.h"
 #include "zan_core/persistence/zan_token.h"
+#include "zan_core/text/zan_charconv.h"
 #include "zan_core/text/zan_string.h"
 #include "zan_core/text/zan_string_view.h"
 #include "zan_core/zan_types.h"
@@ -15,20 +16,18 @@ class CZanPersistentReader;
 ///
 ///     void CLamp::Write( CWriter& Writer )
 ///     {
-///         Writer.WriteIndent();
-///         Writer.WriteTokenText( KeyPower );
-///         Writer.WriteToken( NToken::Assign );
-///         Writer.WriteInt( _Power );
-///         Writer.WriteToken( NToken::LineFeed );
+///         Writer.WriteStatement( "power", _Power );
+///         Writer.WriteStatement( "bulb", _Bulb );  // bulb = { ... }
 ///     }
 ///
 ///     void CLamp::Read( CZanPersistentReader& Reader )
 ///     {
 ///         while ( Reader.ReadStatementOfBlock() )
 ///         {
-///             if ( Reader.GetKey().GetView() == "power" ) { ReadPower( Reader.GetValue() ); }
-///             else if ( Reader.GetKey().GetView() == "bulb" ) { _Bulb.Read( Reader ); }  // bulb = { ... }
-///             else { OnUnexpectedToken( Reader ); }                                      // skips a block
+///             if ( !Reader.TryRead( "power", _Power ) && !Reader.TryRead( "bulb", _Bulb ) )
+///             {
+///                 OnUnexpectedToken( Reader );  // skips a block
+///             }
 ///         }
 ///     }
 ///
@@ -104,6 +103,14 @@ public:
     /// meets that of the input, and gives false. Logs errors that the former statement has left.
     bool ReadStatementOfBlock();
 
+    // Take the value of a statement "Key = value", and give false when the statement is another one. A value
+    // of another kind is reported as malformed, skipped if it is a block, and changes nothing.
+
+    template <NZanStringUtils::CTextNumber TNumber>
+    bool TryRead( CZanStringView Key, TNumber& Number );
+    bool TryRead( CZanStringView Key, CString& Text );
+    bool TryRead( CZanStringView Key, CPersistent& Block );
+
     const SToken& GetKey() const { return _Key; }
     const SToken& GetOperator() const { return _Operator; }
     const SToken& GetValue() const { return _Value; }
@@ -158,6 +165,8 @@ private:
         SToken _Value;
     };
 
+    bool IsAssignment( CZanStringView Key ) const;
+    void ReportMalformedValue();
     const SVariable* FindVariable( uint32 NameHash ) const;
     CString ReadExpression();
     bool InsertVariables( const CString& Expression, CString& Text ) const;
@@ -173,3 +182,19 @@ private:
     CReadErrorHandler* _pErrorHandler = nullptr;
     CZanArray<SVariable> _Variables; // no hash stands there twice
 };
+
+template <NZanStringUtils::CTextNumber TNumber>
+bool CZanPersistentReader::TryRead( CZanStringView Key, TNumber& Number )
+{
+    if ( !IsAssignment( Key ) )
+    {
+        return false;
+    }
+    const auto Value = NZanStringUtils::FromString<TNumber>( _Value.GetView() );
+    if ( !Value )
+    {
+        ReportMalformedValue();
+    }
+    Number = Value.Get( Number );
+    return true;
+}

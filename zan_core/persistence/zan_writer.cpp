@@ -1,9 +1,11 @@
 #include "zan_core/persistence/zan_writer.h"
 
 #include "zan_core/containers/zan_inline_array.h"
+#include "zan_core/persistence/zan_persistent_reader.h"
 #include "zan_core/text/zan_byte_words.h"
 #include "zan_core/text/zan_charconv.h"
 #include "zan_core/text/zan_string_utils.h"
+#include "zan_core/zan_expects.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -207,3 +209,42 @@ inline char* CWriter::PutQuote( char* pTarget ) const
 void CWriter::WriteInt( int32 Value ) { WriteNumber( NToken::Number, Value ); }
 
 void CWriter::WriteUint( uint32 Value ) { WriteNumber( NToken::Unsigned, Value ); }
+
+// --- Statements --------------------------------------------------------------------------------------------
+
+void CWriter::WriteKey( CZanStringView Key )
+{
+    static_cast<void>( zan_expects( !_bBinary, "A statement in words for a file of the binary form" ) );
+    WriteIndent();
+    Write( Key );
+    WriteToken( NToken::Blank );
+    WriteToken( NToken::Assign );
+    WriteToken( NToken::Blank );
+}
+
+void CWriter::WriteStatement( CZanStringView Key, int32 Value )
+{
+    WriteKey( Key );
+    WriteInt( Value );
+    WriteToken( NToken::LineFeed );
+}
+
+void CWriter::WriteStatement( CZanStringView Key, CFixedPoint Value )
+{
+    WriteKey( Key );
+    WriteTokenText( SToken( Value ) );
+    WriteToken( NToken::LineFeed );
+}
+
+void CWriter::WriteStatement( CZanStringView Key, CZanStringView Text )
+{
+    WriteKey( Key );
+    WriteQuoted( Text );
+    WriteToken( NToken::LineFeed );
+}
+
+void CWriter::WriteStatement( CZanStringView Key, CPersistent& Block )
+{
+    WriteKey( Key );
+    Block.WriteBlock( *this );
+}

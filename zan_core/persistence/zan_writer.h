@@ -1,8 +1,12 @@
 #pragma once
 
+#include "zan_core/numerics/zan_fixed_point.h"
 #include "zan_core/persistence/zan_file.h"
 #include "zan_core/persistence/zan_token.h"
+#include "zan_core/text/zan_string_view.h"
 #include "zan_core/zan_types.h"
+
+class CPersistent;
 
 /// Writes the token stream to a file, in the form of the file's type. The counterpart of CLexer. The file has
 /// to be open for writing and to outlive the writer, unless it is owned. One thread at a time.
@@ -27,6 +31,15 @@ public:
     void WriteInt( int32 Value );
     void WriteUint( uint32 Value );
 
+    // A line "Key = value" for CZanPersistentReader::TryRead to take. Requires text form, and a key that is a
+    // word. Text comes in quotes.
+
+    void WriteStatement( CZanStringView Key, int32 Value );
+    void WriteStatement( CZanStringView Key, CFixedPoint Value );
+    void WriteStatement( CZanStringView Key, double Value ) = delete; // no number of the format
+    void WriteStatement( CZanStringView Key, CZanStringView Text );
+    void WriteStatement( CZanStringView Key, CPersistent& Block );
+
     CFile& AccessFile() { return *_pFile; }
     bool IsBinary() const { return _bBinary; }
 
@@ -47,6 +60,7 @@ private:
     template <int32 Size>
     void WriteBytes( const char ( &Bytes )[ Size ] );
     void WriteSlowly( CZanStringView Bytes );
+    void WriteKey( CZanStringView Key );
     void WriteUint16( uint32 Value );
     char* PutQuote( char* pTarget ) const;
     void WriteTextToken( uint32 Token );

@@ -207,9 +207,9 @@ TEST_CASE( "CAssetObject::ReadFromFile takes what is whole and leaves out what i
     CAssetObject Root;
     Root.AddObject( "old" ).AddObject( "older" );
     Read( "@@t@a i 1 1\n[[b]]\nc i 1 1", &Root );
-    Read( "@@b@[[[d\0"sv, &Root );
-    REQUIRE(
-        Write( Root, false ) == "@@t@[old]\n\t[[older]]\n\t\ta i 1 1\n\t[[b]]\n\t\tc i 1 1\n\t\t[[[d]]]\n" );
+    Read( "@@b@!\1es\1\0\0\0\2\0\0\0x\0!\1fi\0\0\0\0[[[d\0"sv, &Root );
+    REQUIRE( Write( Root, false ) == "@@t@[old]\n\t[[older]]\n\t\ta i 1 1\n\t[[b]]\n\t\tc i 1 1\n"
+                                     "\t\te s 1 \"x\"\n\t\tf i 0\n\t\t[[[d]]]\n" );
 }
 
 TEST_CASE( "A name comes back or is logged", "[asset]" )

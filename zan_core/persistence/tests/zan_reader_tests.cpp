@@ -97,16 +97,12 @@ class CNode final : public CPersistent
 public:
     void Write( CWriter& Writer ) override
     {
-        WriteKey( Writer, "number" );
-        Writer.WriteInt( _Number );
-        Writer.WriteToken( NToken::LineFeed );
-        WriteKey( Writer, "name" );
-        Writer.WriteQuoted( _Name.c_str() );
-        Writer.WriteToken( NToken::LineFeed );
+        Writer.WriteStatement( "number", _Number );
+        Writer.WriteStatement( "part", _Part );
+        Writer.WriteStatement( "name", _Name );
         for ( CNode& Child : _Children )
         {
-            WriteKey( Writer, "child" );
-            Child.WriteBlock( Writer );
+            Writer.WriteStatement( "child", Child );
         }
     }
 
@@ -114,21 +110,12 @@ public:
     {
         while ( Reader.ReadStatementOfBlock() )
         {
-            const CZanStringView Key = Reader.GetKey().GetView();
-            if ( Key == "number" )
+            if ( CNode Child; Reader.TryRead( "child", Child ) )
             {
-                const auto Number = NZanStringUtils::FromString<int32>( Reader.GetValue().GetView() );
-                _Number = Number || Reader.ReportMalformedToken() ? Number.Get( -1 ) : _Number;
+                _Children.push_back( std::move( Child ) );
             }
-            else if ( Key == "name" )
-            {
-                _Name = Reader.GetValue().GetString();
-            }
-            else if ( Key == "child" && Reader.GetValue()._Type == NToken::OpenBlock )
-            {
-                _Children.emplace_back().Read( Reader );
-            }
-            else
+            else if ( !Reader.TryRead( "number", _Number ) && !Reader.TryRead( "part", _Part ) &&
+                      !Reader.TryRead( "name", _Name ) )
             {
                 OnUnexpectedToken( Reader );
             }
@@ -136,18 +123,9 @@ public:
     }
 
     int32 _Number = 0;
-    std::string _Name;
+    CFixedPoint _Part = 0.5_fixed;
+    CString _Name;
     std::vector<CNode> _Children;
-
-private:
-    static void WriteKey( CWriter& Writer, const char* pKey )
-    {
-        SToken Token;
-        Token.SetText( pKey );
-        Writer.WriteIndent();
-        Writer.WriteTokenText( Token );
-        Writer.WriteToken( NToken::Assign );
-    }
 };
 
 /// As a block.
@@ -166,7 +144,7 @@ CNode MakeTree( int32 Depth, int32 Number )
 {
     CNode Node;
     Node._Number = Number;
-    Node._Name = "node } # " + std::to_string( Number );
+    Node._Name = CString( "node } # " + std::to_string( Number ) );
     for ( int32 i = 0; i < Depth; ++i )
     {
         Node._Children.push_back( MakeTree( Depth - 1, -10 * Number + i ) );
@@ -351,10 +329,10 @@ TEST_CASE( "Objects write themselves and read themselves back", "[persistence]" 
     CHECK( ( Write( Back ) == Write( Tree ) && !Input.Reader.HasError() ) );
     CHECK( ReadStatements( Input ) == "rest = 1:12 " );
 
-    CHECK( Write( Small ) == "{\n\tnumber=3\n\tname=\"node } # 3\"\n\tchild={\n\t\tnumber=-30\n"
-                             "\t\tname=\"node } # -30\"\n\t}\n}\n" );
+    CHECK( Write( Small ) == "{\n\tnumber = 3\n\tpart = 0.5\n\tname = \"node } # 3\"\n\tchild = {\n"
+                             "\t\tnumber = -30\n\t\tpart = 0.5\n\t\tname = \"node } # -30\"\n\t}\n}\n" );
     Small._Children.clear();
-    CHECK( Write( Small, -2 ) == "number=3\nname=\"node } # 3\"\n" );
+    CHECK( Write( Small, -2 ) == "number = 3\npart = 0.5\nname = \"node } # 3\"\n" );
 
     CLogCapture Capture; // what they do not take is reported, object by object
     SInput Odd( "number = x \nwhat = { a = { } } child = {\nodd = 1 number = 7 } name = \"n\"" );
@@ -366,4 +344,37 @@ TEST_CASE( "Objects write themselves and read themselves back", "[persistence]" 
            "Error: \"Malformed token: x, near line: 1\" in file: \"f\" near line: 1\n"
            "Error: \"Unexpected token: what, near line: 2\" in file: \"f\" near line: 2\n"
            "Error: \"Unexpected token: odd, near line: 3\" in file: \"f\" near line: 3\n" );
+}
+
+TEST_CASE( "TryRead takes a value of its kind and reports another one", "[persistence]" )
+{
+    const struct
+    {
+        std::string Text, Node, Reported = {};
+    } Rows[] = { { "number = -7 name = \"{\" part = @[1/8] child = { name = x }", "-7 0.125 { 1" },
+        { "name = \"\" name = 5x child = { child = { } }", "0 0.5 5x 1" },
+        { "number = 1.5 part = 2", "0 2  0", "Malformed token: 1.5" },
+        { "number = 99999999999 part = 2", "0 2  0", "Malformed token: 99999999999" },
+        { "number = { part = 3 x = { } } part = 2", "0 2  0", "Malformed token: {" },
+        { "name = { name = y } part = 2", "0 2  0", "Malformed token: {" },
+        { "child = { name = } number = 1 } part = 2", "1 0.5  1", "Malformed token: }" },
+        { "child = 5 part = 2", "0 2  1", "Malformed token: 5" },
+        { "part = 2 name =", "0 2  0", "Malformed token: " },
+        { "number < 4 part = 2", "0 2  0", "Unexpected token: number" },
+        { "number 4 part = 2", "0 2  0", "Unexpected token: number" },
+        { "Number = 4 part = 2", "0 2  0", "Unexpected token: Number" } };
+    for ( const auto& [ Text, Node, Reported ] : Rows )
+    {
+        CLogCapture Capture;
+        SInput Input( Text );
+        CNode Taken;
+        Taken.Read( Input.Reader );
+        CAPTURE( Text );
+        CHECK( std::to_string( Taken._Number ) + ' ' + SToken( Taken._Part ).GetString() + ' ' +
+                   Taken._Name.GetString() + ' ' + std::to_string( Taken._Children.size() ) ==
+               Node );
+        CHECK( GetMessages( Capture ).find( Reported.empty() ? "" : '"' + Reported + ", near" ) !=
+               std::string::npos );
+        CHECK( Capture.GetRecords().size() == ( Reported.empty() ? 0 : 1 ) );
+    }
 }

@@ -3,12 +3,19 @@
 #include <functional>
 #include <tuple>
 #include <type_traits>
-#include <utility>
 
 namespace
 {
-using TTextTypePairs = std::tuple<std::pair<CString, CZanStringView>, std::pair<CString, const char*>,
-    std::pair<CString, CString>, std::pair<CZanStringView, CString>, std::pair<const char*, CString>>;
+template <typename TLeftText, typename TRightText>
+struct STextTypePair
+{
+    using TLeft = TLeftText;
+    using TRight = TRightText;
+};
+
+using TTextTypePairs = std::tuple<STextTypePair<CString, CZanStringView>, STextTypePair<CString, const char*>,
+    STextTypePair<CString, CString>, STextTypePair<CZanStringView, CString>,
+    STextTypePair<const char*, CString>>;
 
 template <typename TText>
 TText Make( CZanStringView Bytes )
@@ -28,8 +35,8 @@ TText Make( CZanStringView Bytes )
 template <typename TPair, typename TRelation>
 void CheckRelation( TRelation Relation )
 {
-    using TLeft = typename TPair::first_type;
-    using TRight = typename TPair::second_type;
+    using TLeft = typename TPair::TLeft;
+    using TRight = typename TPair::TRight;
     constexpr bool bAsCStrings = std::is_pointer_v<TLeft> || std::is_pointer_v<TRight>;
     const std::tuple<CZanStringView, CZanStringView, bool> Table[] = { { {}, "", true }, { {}, "a", false },
         { "", "", true }, { "", "a", false }, { "text", "text", true }, { "text", "texT", false },

@@ -68,23 +68,37 @@ using CStrings = std::vector<std::string>;
 using TStringContainerTypes = std::tuple<CZanArray<CString>, CZanArray<CZanStringView>,
     CZanArray<const char*>, CZanInlineBufArray<CString, 4>, std::list<CString>>;
 
-/// All letters in lower case (Way 0), in upper case (1), or in either (2), or only the first one so (3 to 5).
-std::string Mutate( std::string Text, size_t Way )
+/// The first Count letters in lower case (Kind 0), in upper case (1), or in either (2).
+template <int32 Kind, size_t Count>
+struct SMutator
 {
-    static std::minstd_rand Random;
-    for ( size_t i = 0; i < ( Way < 3 ? Text.size() : std::min<size_t>( Text.size(), 1 ) ); ++i )
+    std::string operator()( std::string Text ) const
     {
-        const bool bUpper = Way % 3 == 1 || ( Way % 3 == 2 && Random() % 2 == 0 );
-        Text[ i ] = static_cast<char>( bUpper ? std::toupper( Text[ i ] ) : std::tolower( Text[ i ] ) );
+        static std::minstd_rand Random;
+        std::transform( Text.begin(), Text.begin() + int64( std::min( Count, Text.size() ) ), Text.begin(),
+            []( char Char ) {
+                const bool bUpper = Kind == 1 || ( Kind == 2 && Random() % 2 == 0 );
+                return static_cast<char>( bUpper ? std::toupper( Char ) : std::tolower( Char ) );
+            } );
+        return Text;
     }
-    return Text;
-}
+};
+using SMakeLowercase = SMutator<0, 999>;
+using SMakeUppercase = SMutator<1, 999>;
+using SMakeRandomcase = SMutator<2, 999>;
+using SMakeFirstLowerCase = SMutator<0, 1>;
+using SMakeFirstUpperCase = SMutator<1, 1>;
+using SMakeFirstRandomCase = SMutator<2, 1>;
 
-/// Every way with every other.
-template <size_t... Indices>
-auto MakePairs( std::index_sequence<Indices...> ) -> std::tuple<
-    std::pair<std::integral_constant<size_t, Indices / 6>, std::integral_constant<size_t, Indices % 6>>...>;
-using TMutatorPairs = decltype( MakePairs( std::make_index_sequence<36>() ) );
+template <typename... TMutators>
+struct SPairs
+{
+    template <typename T>
+    using TWithEach = std::tuple<std::pair<T, TMutators>...>;
+    using Type = decltype( std::tuple_cat( TWithEach<TMutators>()... ) );
+};
+using TMutatorPairs = SPairs<SMakeLowercase, SMakeUppercase, SMakeRandomcase, SMakeFirstLowerCase,
+    SMakeFirstUpperCase, SMakeFirstRandomCase>::Type;
 
 /// Compares mutated texts of many lengths with mutated parts of them, from the start or from the end. Only
 /// case may differ: what is next to the letters in the table of characters, or differs by the bit of case,
@@ -92,15 +106,19 @@ using TMutatorPairs = decltype( MakePairs( std::make_index_sequence<36>() ) );
 template <typename TPair>
 void CheckIgnoreCase( bool ( *Function )( CZanStringView, CZanStringView ), bool bFromEnd )
 {
-    const std::string Alphabet = "Az@`[{aZ 0P\xC4\xE4kK_-m^~", Thrice = Alphabet + Alphabet + Alphabet;
+    const std::string Alphabet = "Az@`[{aZ 0P\xC4\xE4kK_-m^~";
     for ( size_t Size = 0; Size < 40; ++Size )
     {
-        const std::string Text = Thrice.substr( Size % Alphabet.size(), Size );
-        const std::string View = Mutate( Text, TPair::first_type::value );
+        std::string Text;
+        for ( size_t i = 0; i < Size; ++i )
+        {
+            Text += Alphabet[ ( i * 7 + Size ) % Alphabet.size() ];
+        }
+        const std::string View = typename TPair::first_type()( Text );
         for ( size_t Count = 0; Count <= Size; ++Count )
         {
             const size_t Start = bFromEnd ? Size - Count : 0;
-            std::string Part = Mutate( Text.substr( Start, Count ), TPair::second_type::value );
+            std::string Part = typename TPair::second_type()( Text.substr( Start, Count ) );
             CAPTURE( View, Part );
             REQUIRE( Function( CString( View ), CString( Part ) ) );
             REQUIRE_FALSE( Function( CString( Part ), CString( View + "a" ) ) );
@@ -316,7 +334,8 @@ TEST_CASE( "NZanStringUtils::ContainsIgnoreCase against the standard", "[text]" 
         {
             std::generate( pText->begin(), pText->end(), [ & ] { return "aAbB@`"[ Random() % 6 ]; } );
         }
-        const bool bExpected = Mutate( Haystack, 0 ).find( Mutate( Needle, 0 ) ) != std::string::npos;
+        const auto Lower = SMakeLowercase();
+        const bool bExpected = Lower( Haystack ).find( Lower( Needle ) ) != std::string::npos;
         CAPTURE( Haystack, Needle );
         REQUIRE( ContainsIgnoreCase( CString( Haystack ), CString( Needle ) ) == bExpected );
     }
