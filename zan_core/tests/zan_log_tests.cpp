@@ -3,10 +3,10 @@
 #include "zan_core/zan_platform.h"
 #include "zan_test/include/zan_test_catch.h"
 #include "zan_test/include/zan_test_logger.h"
+#include "zan_test/include/zan_test_threads.h"
 
 #include <algorithm>
 #include <memory>
-#include <thread>
 
 using NZanTestUtils::CLogCapture;
 using NZanTestUtils::SLogRecord;
@@ -119,27 +119,22 @@ TEST_CASE( "Log categories keep their first registration", "[log]" )
 
 TEST_CASE( "Threads that log at once lose and mix nothing", "[log]" )
 {
-    constexpr int32 ThreadCount = 4, MessageCount = 500;
+    constexpr int32 MessageCount = 1000;
     CLogCapture Capture;
-    std::vector<std::thread> Threads;
-    for ( int32 Thread = 0; Thread < ThreadCount; ++Thread )
-    {
-        Threads.emplace_back( [ Thread ]() {
-            const std::string Text( 300, static_cast<char>( 'a' + Thread ) );
-            for ( int32 i = 0; i < MessageCount; ++i )
-            {
-                ZanLog( { "thread", i, Thread }, "%s", Text.c_str() );
-            }
-        } );
-    }
-    std::for_each( Threads.begin(), Threads.end(), []( std::thread& Thread ) { Thread.join(); } );
-    REQUIRE( Capture.GetRecords().size() == ThreadCount * MessageCount );
-    int32 NextLines[ ThreadCount ] = {}, WholeCount = 0;
+    NZanTestUtils::RunOnTwoThreads( [ & ]( int32 Number ) {
+        const std::string Text( 300, static_cast<char>( 'a' + Number ) );
+        for ( int32 i = 0; i < MessageCount; ++i )
+        {
+            ZanLog( { "thread", i, Number }, "%s", Text.c_str() );
+        }
+    } );
+    REQUIRE( Capture.GetRecords().size() == 2 * MessageCount );
+    int32 NextLines[ 2 ] = {}, WholeCount = 0;
     for ( const SLogRecord& Record : Capture.GetRecords() )
     {
         const std::string Expected( 300, static_cast<char>( 'a' + Record.Category ) );
         const bool bInOrder = Record.Line == NextLines[ Record.Category ]++;
         WholeCount += bInOrder && Record.Message == Expected + "\n";
     }
-    REQUIRE( WholeCount == ThreadCount * MessageCount );
+    REQUIRE( WholeCount == 2 * MessageCount );
 }

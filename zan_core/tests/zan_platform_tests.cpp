@@ -1,5 +1,6 @@
 #include "zan_core/zan_platform.h"
 #include "zan_test/include/zan_test_catch.h"
+#include "zan_test/include/zan_test_threads.h"
 
 #include <chrono>
 #include <mutex>
@@ -43,16 +44,13 @@ TEST_CASE( "NZanPlatform::CSlimLock has one owner", "[platform]" )
     REQUIRE( TryElsewhere() );
 
     int Total = 0;
-    const auto AddMany = [ & ]() {
+    NZanTestUtils::RunOnTwoThreads( [ & ]( int32 ) {
         for ( int i = 0; i < 10000; ++i )
         {
             const std::scoped_lock Guard( Lock );
             ++Total;
         }
-    };
-    std::thread Other( AddMany );
-    AddMany();
-    Other.join();
+    } );
     REQUIRE( Total == 20000 );
 }
 

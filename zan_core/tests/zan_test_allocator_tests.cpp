@@ -1,8 +1,7 @@
 #include "zan_test/include/zan_test_allocator.h"
 #include "zan_test/include/zan_test_catch.h"
 #include "zan_test/include/zan_test_matchers.h"
-
-#include <thread>
+#include "zan_test/include/zan_test_threads.h"
 
 using NZanCatch2::EqualsSequence;
 using NZanTestUtils::CZanTestAllocator;
@@ -13,15 +12,12 @@ TEST_CASE( "CZanTestAllocator counts blocks and bytes", "[zan_test]" )
     void* const pFirst = Allocator.Allocate( 10, 1 );
     void* const pSecond = Allocator.Allocate( 30, 64 );
     Allocator.Free( pFirst );
-    REQUIRE( Allocator.GetCurrentAllocationCount() == 1 );
-    REQUIRE( Allocator.GetTotalAllocationCount() == 2 );
+    REQUIRE( ( Allocator.GetCurrentAllocationCount() == 1 && Allocator.GetCurrentByteCount() == 30 ) );
+    REQUIRE( ( Allocator.GetTotalAllocationCount() == 2 && Allocator.GetTotalAllocationByteCount() == 40 ) );
     REQUIRE( Allocator.GetTotalDeallocationCount() == 1 );
-    REQUIRE( Allocator.GetCurrentByteCount() == 30 );
-    REQUIRE( Allocator.GetTotalAllocationByteCount() == 40 );
     REQUIRE( Allocator.GetTotalDeallocationByteCount() == 10 );
     Allocator.Free( pSecond );
-    REQUIRE( Allocator.GetCurrentAllocationCount() == 0 );
-    REQUIRE( Allocator.GetCurrentByteCount() == 0 );
+    REQUIRE( ( Allocator.GetCurrentAllocationCount() == 0 && Allocator.GetCurrentByteCount() == 0 ) );
     REQUIRE_THAT( Allocator.GetAllocationSizes(), EqualsSequence<CZanArray<uint64>>( 10u, 30u ) );
     REQUIRE_THAT( Allocator.GetDeallocationSizes(), EqualsSequence<CZanArray<uint64>>( 10u, 30u ) );
     REQUIRE_FALSE( Allocator.IsInternalMemory( &Allocator ) );
@@ -31,8 +27,7 @@ TEST_CASE( "CZanTestAllocator counts the free of null apart", "[zan_test]" )
 {
     CZanTestAllocator Allocator;
     Allocator.Free( nullptr );
-    REQUIRE( Allocator.GetNullFreeCount() == 1 );
-    REQUIRE( Allocator.GetTotalDeallocationCount() == 0 );
+    REQUIRE( ( Allocator.GetNullFreeCount() == 1 && Allocator.GetTotalDeallocationCount() == 0 ) );
     REQUIRE( Allocator.GetDeallocationSizes().IsEmpty() );
 }
 
@@ -56,18 +51,14 @@ TEST_CASE( "CZanTestAllocator fails the case that frees a block of the heap", "[
 TEST_CASE( "CZanTestAllocator counts what several threads do", "[zan_test]" )
 {
     CZanTestAllocator Allocator;
-    const auto Use = [ & ]() {
+    NZanTestUtils::RunOnTwoThreads( [ & ]( int32 ) {
         for ( uint64 i = 1; i <= 200; ++i )
         {
             Allocator.Free( Allocator.Allocate( i, 1 ) );
             Allocator.Free( nullptr );
         }
-    };
-    std::thread Other( Use );
-    Use();
-    Other.join();
-    REQUIRE( Allocator.GetTotalAllocationCount() == 400 );
+    } );
+    REQUIRE( ( Allocator.GetTotalAllocationCount() == 400 && Allocator.GetNullFreeCount() == 400 ) );
     REQUIRE( Allocator.GetTotalDeallocationByteCount() == 40200 );
     REQUIRE( Allocator.GetCurrentByteCount() == 0 );
-    REQUIRE( Allocator.GetNullFreeCount() == 400 );
 }

@@ -36,6 +36,17 @@ public:
         return _Records.size() == 1 ? _Records[ 0 ].Message : std::string();
     }
 
+    /// All messages, one behind the other.
+    std::string GetMessages() const
+    {
+        std::string Text;
+        for ( const SLogRecord& Record : _Records )
+        {
+            Text += Record.Message;
+        }
+        return Text;
+    }
+
     void Clear() { _Records.clear(); }
 
     /// Runs inside the logger, behind the recording of each message.

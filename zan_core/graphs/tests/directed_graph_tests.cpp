@@ -359,7 +359,7 @@ TEST_CASE( "CZanDirectedGraph::PathExists", "[directed_graph]" )
 {
     const std::tuple<const char*, const char*, int32> Rows[] = {
         // with the least limit that finds the path, 99 for none
-        { "A", "AA", -1 }, { "AB BC CD", "AD", 3 }, { "AB BC CD", "DA", 99 },
+        { "A", "AA", -1 }, { "AB", "AB", 1 }, { "AB BC CD", "AD", 3 }, { "AB BC CD", "DA", 99 },
         { "AB BC CD DB DE EF", "AF", 5 }, { "AB BA CD", "AD", 99 }
     };
     for ( const auto& [ pEdges, pEnds, Length ] : Rows )

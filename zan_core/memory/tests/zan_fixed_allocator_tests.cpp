@@ -2,6 +2,7 @@
 #include "zan_core/zan_assert.h"
 #include "zan_test/include/zan_test_catch.h"
 #include "zan_test/include/zan_test_logger.h"
+#include "zan_test/include/zan_test_threads.h"
 
 #include <cstdint>
 #include <cstring>
@@ -10,7 +11,6 @@
 #include <map>
 #include <random>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -167,19 +167,20 @@ TEST_CASE( "CZanFixedAllocator does what a map of its buffer does", "[allocator]
 TEST_CASE( "CZanFixedAllocator serves several threads", "[allocator][fixed_allocator]" )
 {
     CZanFixedAllocator Allocator( 100000 );
-    const auto Use = [ & ] {
-        for ( uint32 i = 0; i < 2000; ++i )
-        {
-            void* const pBlocks[] = { Allocator.Allocate( i % 50, 8 ), Allocator.Allocate( 40, 1 ) };
-            std::memset( pBlocks[ 1 ], 1, 40 );
-            Allocator.Free( pBlocks[ 0 ] );
-            Allocator.Free( pBlocks[ 1 ] );
-        }
-    };
-    std::thread Other( Use );
-    Use();
-    Other.join();
+    for ( int32 Round = 0; Round < 1000; ++Round ) // short ones, so that both threads run at once
+    {
+        RunOnTwoThreads( [ & ]( int32 ) {
+            for ( uint32 i = 0; i < 20; ++i )
+            {
+                void* const pBlocks[] = { Allocator.Allocate( i, 8 ), Allocator.Allocate( 40, 1 ) };
+                std::memset( pBlocks[ 1 ], 1, 40 );
+                Allocator.Free( pBlocks[ 0 ] );
+                Allocator.Free( pBlocks[ 1 ] );
+            }
+        } );
+    }
     REQUIRE( ( Allocator.CheckInvariants() && Allocator.CalcFreeRangeCount() == 1 ) );
+    REQUIRE( Allocator.GetAllocationCount() == 0 );
 }
 
 #if defined( ZAN_CHECK_PRECONDITIONS )

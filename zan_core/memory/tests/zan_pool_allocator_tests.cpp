@@ -2,13 +2,13 @@
 #include "zan_test/include/zan_test_allocator.h"
 #include "zan_test/include/zan_test_catch.h"
 #include "zan_test/include/zan_test_logger.h"
+#include "zan_test/include/zan_test_threads.h"
 #include "zan_test/include/zan_test_types.h"
 
 #include <algorithm>
 #include <atomic>
 #include <random>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -59,6 +59,7 @@ bool Has( const TPool& Pool, uint64 Capacity, uint64 FreeCount )
 {
     return Pool.CheckInvariants() && Pool.GetCapacity() == Capacity && Pool.CalcFreeCount() == FreeCount;
 }
+
 /// Takes an item for each '+', frees the one that a digit counts among those in use, and null for an 'n'.
 /// True when the pool hands out what was freed last, and then its blocks in the order of their addresses.
 template <typename T, bool bSynchronized>
@@ -198,10 +199,7 @@ TEST_CASE( "CZanSynchronizedPoolAllocator serves several threads", "[allocator][
     CZanSynchronizedPoolAllocator<CItem> Pool( GENERATE( 1u, 4u ) );
     std::atomic<int32> FaultCount = 0;
     std::atomic<void*> pHandedOver = nullptr;
-    std::atomic<int32> AwaitedCount = 2;
-    const auto Use = [ & ]( int32 Mark ) {
-        for ( --AwaitedCount; AwaitedCount > 0; )
-        {}
+    RunOnTwoThreads( [ & ]( int32 Mark ) {
         for ( int32 i = 0; i < 1000; ++i )
         {
             const CItems Items = Allocate( Pool, 6 );
@@ -218,10 +216,7 @@ TEST_CASE( "CZanSynchronizedPoolAllocator serves several threads", "[allocator][
             Free( Pool, CItems( Items.begin(), Items.end() - 1 ) );
             Pool.Free( pHandedOver.exchange( Items.back() ) );
         }
-    };
-    std::thread Other( Use, 1 );
-    Use( 2 );
-    Other.join();
+    } );
     Pool.Free( pHandedOver );
     REQUIRE( ( FaultCount == 0 && Has( Pool, Pool.GetCapacity(), Pool.GetCapacity() ) ) );
     REQUIRE_FALSE( HasDuplicates( Allocate( Pool, Pool.GetCapacity() ) ) );
@@ -233,15 +228,9 @@ TEST_CASE( "CZanSynchronizedPoolAllocator keeps what is freed while it grows", "
     {
         CZanSynchronizedPoolAllocator<int32> Pool( 2 );
         const CItems Items = Allocate( Pool, 2 );
-        std::atomic<bool> bStarted = false;
-        std::thread Other( [ & ]() {
-            bStarted = true;
-            Free( Pool, Items );
+        RunOnTwoThreads( [ & ]( int32 Number ) {
+            Number == 0 ? Free( Pool, Items ) : static_cast<void>( Allocate( Pool, 1 ) );
         } );
-        while ( !bStarted )
-        {}
-        Allocate( Pool, 1 );
-        Other.join();
         REQUIRE( Has( Pool, Pool.GetCapacity(), Pool.GetCapacity() - 1 ) );
     }
 }

@@ -2,10 +2,8 @@
 #include "zan_test/include/zan_test_allocator.h"
 #include "zan_test/include/zan_test_catch.h"
 #include "zan_test/include/zan_test_logger.h"
+#include "zan_test/include/zan_test_threads.h"
 #include "zan_test/include/zan_test_types.h"
-
-#include <atomic>
-#include <thread>
 
 using namespace NZanTestUtils;
 
@@ -53,20 +51,14 @@ TEST_CASE( "CZanRefCountable ends with its last reference", "[ref_countable]" )
 
     // Two threads share it; the last of them ends it, once.
     pObject->AddReference();
-    std::atomic<int32> AwaitedCount = 2;
-    const auto UseAndRelease = [ & ]() {
-        for ( --AwaitedCount; AwaitedCount > 0; )
-        {}
+    RunOnTwoThreads( [ & ]( int32 ) {
         for ( int32 i = 0; i < 200000; ++i )
         {
             pObject->AddReference();
             pObject->ReleaseReference();
         }
         pObject->ReleaseReference();
-    };
-    std::thread Other( UseAndRelease );
-    UseAndRelease();
-    Other.join();
+    } );
     REQUIRE( ( Counters._Destructions == 1 && Counters.GetLiveCount() == 1 ) );
 }
 

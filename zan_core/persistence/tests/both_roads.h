@@ -95,11 +95,16 @@ public:
     }
     bool ReadUntil( char Stop ) { return _Fast.ReadUntil( Stop ) == _Slow.ReadUntil( Stop ) && IsSame(); }
 
-    /// What others may do to a file between two tokens.
-    bool SeekAndUnget( int32 Position )
+    // What others may do to a file between two tokens.
+
+    bool Seek( int32 Position )
     {
         _Memory.Seek( Position );
         _Plain.Seek( Position );
+        return IsSame();
+    }
+    bool Unget()
+    {
         _Memory.UngetChar( 0 );
         _Plain.UngetChar( 0 );
         return IsSame();

@@ -6,45 +6,36 @@
 
 namespace
 {
-bool IsNext( CTextLexer& Lexer, const std::string& Text, bool bExplicitString )
+/// All tokens, in brackets if they were in quotes.
+std::string ListTokens( CZanStringView Text )
 {
-    return Lexer.GetTok() && Lexer.Tok().GetString() == Text &&
-           Lexer.Tok()._bExplicitString == bExplicitString;
+    CMemoryFile File( Text );
+    CTextLexer Lexer( &File );
+    std::string List;
+    while ( Lexer.GetTok() )
+    {
+        const std::string Token = Lexer.Tok().GetString();
+        List += Lexer.Tok()._bExplicitString ? "[" + Token + "]," : Token + ",";
+    }
+    REQUIRE( ( Lexer.Tok()._Type == NToken::None && *Lexer.Tok().GetString() == '\0' ) );
+    return List;
 }
 } // namespace
 
-TEST_CASE( "CTextLexer handles empty file", "[lexer][text]" )
-{
-    CMemoryFile File( "" );
-    CTextLexer Lexer( &File );
-    REQUIRE( !Lexer.GetTok() );
-    REQUIRE( ( Lexer.Tok()._Type == NToken::None && std::string( Lexer.Tok().GetString() ).empty() ) );
-}
+TEST_CASE( "CTextLexer handles empty file", "[lexer][text]" ) { REQUIRE( ListTokens( "" ) == "" ); }
 
 TEST_CASE( "CTextLexer handles file with single token", "[lexer][text]" )
 {
-    CMemoryFile File( "token" );
-    CTextLexer Lexer( &File );
-    REQUIRE( IsNext( Lexer, "token", false ) );
-    REQUIRE( !Lexer.GetTok() );
+    REQUIRE( ListTokens( "token" ) == "token," );
 }
 
 TEST_CASE( "CTextLexer handles file with quoted token in between unquoted tokens", "[lexer][text]" )
 {
-    CMemoryFile File( "token1 \"token2\" token3" );
-    CTextLexer Lexer( &File );
-    REQUIRE( IsNext( Lexer, "token1", false ) );
-    REQUIRE( IsNext( Lexer, "token2", true ) );
-    REQUIRE( IsNext( Lexer, "token3", false ) );
-    REQUIRE( !Lexer.GetTok() );
+    REQUIRE( ListTokens( "token1 \"token2\" token3" ) == "token1,[token2],token3," );
 }
 
 TEST_CASE( "CTextLexer handles file with escape-quoted token in between unquoted tokens", "[lexer][text]" )
 {
-    CMemoryFile File( R"(token1 "left \"middle\" right \\\\ " token3)" );
-    CTextLexer Lexer( &File );
-    REQUIRE( IsNext( Lexer, "token1", false ) );
-    REQUIRE( IsNext( Lexer, R"(left "middle" right \\ )", true ) );
-    REQUIRE( IsNext( Lexer, "token3", false ) );
-    REQUIRE( !Lexer.GetTok() );
+    REQUIRE( ListTokens( R"(token1 "left \"middle\" right \\\\ " token3)" ) ==
+             R"(token1,[left "middle" right \\ ],token3,)" );
 }

@@ -64,7 +64,7 @@ TEST_CASE( "Math expressions have these values", "[persistence]" )
         // Failures. A '(' that is left over drops the upper one of two values.
         { "", Untouched }, { "1+", Untouched }, { "*", Untouched }, { "-", Untouched }, { "1-", Untouched },
         { "(1", Untouched }, { "(", Untouched }, { "()", Untouched }, { "(1)(2)", Untouched }, { "1(2", 1 },
-        { "7+1(2*3", 8 }, { "1 2", Untouched }, { "1((2", Untouched }, { "1(2(3", 1 },
+        { "7+1(2*3", 8 }, { "1 2", Untouched }, { "1((2", Untouched }, { "1(2(3", 1 }, { "1+)2", Untouched },
         // Numbers of any length.
         { Repeat( "0", 200, "0." ) + "1+1", 1 }, { Repeat( "0", 200 ) + "1.5", 1.5_fixed },
         { Repeat( "0", 30, "1" ), Highest }, { Repeat( "0", 400, "1" ), Highest },

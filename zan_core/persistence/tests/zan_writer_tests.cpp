@@ -65,7 +65,7 @@ TEST_CASE( "Tokens have these bytes in text and in binary form", "[persistence]"
 
 TEST_CASE( "Quoted texts come back from the lexer", "[persistence]" )
 {
-    std::string Text = R"(\ "both" ")";
+    std::string Text = R"(\\ "both" ")";
     for ( int Round = 0; Round < 12; ++Round, Text += Text + "a{\n#" )
     {
         for ( const int32 Capacity : { 0, 100, 1 << 20 } )

@@ -1,10 +1,12 @@
 #include "zan_core/runtime/zan_tweakable.h"
 #include "zan_test/include/zan_test_catch.h"
+#include "zan_test/include/zan_test_threads.h"
 
 #include <boost/function.hpp>
 
 #include <string>
-#include <thread>
+#include <tuple>
+#include <vector>
 
 namespace
 {
@@ -24,19 +26,13 @@ TEST_CASE( "Tweakables are found, set and told by text", "[tweakable]" )
     REQUIRE( Delay.GetValue() == 100 );
     int32 Calls = 0;
     const uint32 Id = Delay.AddCallback( [ & ]( CTweakable* pTweakable ) { Calls += pTweakable == &Delay; } );
-    struct SRow
+    for ( const auto& [ pText, pAnswer, CallsSoFar ] :
+        { std::tuple{ "-5", "Value 0", 1 }, { "7", "Value 7", 2 }, { "7", "Value 7", 2 },
+            { "12x", "Value 12", 3 }, { "99999999999999999999", "Value 2147483647", 4 },
+            { "none", "Value 0", 5 }, { " 100", "Value 100", 6 } } )
     {
-        const char* _pText;
-        const char* _pAnswer;
-        int32 _Calls;
-    };
-    for ( const SRow& Row : { SRow{ "-5", "Value 0", 1 }, { "7", "Value 7", 2 }, { "7", "Value 7", 2 },
-              { "12x", "Value 12", 3 }, { "99999999999999999999", "Value 2147483647", 4 },
-              { "none", "Value 0", 5 }, { " 100", "Value 100", 6 } } )
-    {
-        CAPTURE( Row._pText );
-        REQUIRE( Execute( Delay, { Row._pText } ) == Row._pAnswer );
-        REQUIRE( Calls == Row._Calls );
+        CAPTURE( pText );
+        REQUIRE( ( Execute( Delay, { pText } ) == pAnswer && Calls == CallsSoFar ) );
     }
     REQUIRE( ( Delay.RemoveCallback( Id ) && !Delay.RemoveCallback( Id ) ) );
 
@@ -74,24 +70,16 @@ TEST_CASE( "Tweakables are declared once for each name and class", "[tweakable]"
 
     static bool bShared = false;
     const int32 Former = NTweakable::GetAll().GetSize();
-    CTweakable* Declared[ 4 ] = {};
-    std::thread Threads[ 4 ];
-    for ( int32 i = 0; i < 4; ++i )
-    {
-        Threads[ i ] = std::thread( [ &, i ]() {
-            for ( int32 Try = 0; Try < 100; ++Try )
-            {
-                Declared[ i ] = &NTweakable::Declare( "Test.Shared", "", bShared );
-                NTweakable::Find( "Test.Shared" );
-            }
-        } );
-    }
-    for ( std::thread& Thread : Threads )
-    {
-        Thread.join();
-    }
-    REQUIRE( NTweakable::GetAll().GetSize() == Former + 1 );
-    REQUIRE( ( Declared[ 0 ] == Declared[ 1 ] && Declared[ 2 ] == Declared[ 3 ] ) );
+    std::vector<CTweakable*> Declared[ 2 ];
+    NZanTestUtils::RunOnTwoThreads( [ & ]( int32 Number ) {
+        for ( int32 i = 0; i < 300; ++i )
+        {
+            const std::string Name = "Test.Shared" + std::to_string( i );
+            Declared[ Number ].push_back( &NTweakable::Declare( Name.c_str(), "", bShared ) );
+            NTweakable::Find( Name.c_str() );
+        }
+    } );
+    REQUIRE( ( NTweakable::GetAll().GetSize() == Former + 300 && Declared[ 0 ] == Declared[ 1 ] ) );
 }
 
 TEST_CASE( "Tweakables keep their callbacks in step", "[tweakable]" )

@@ -3,33 +3,41 @@
 
 #include <array>
 #include <set>
+#include <utility>
 #include <vector>
 
-// A model of how workers go to sleep and submitters wake them, run through in every order of its steps. A
-// step is one access to what threads share, or one section of a lock.
+// A model of how workers go to sleep, submitters wake them, and one who removes threads ends them, run
+// through in every order of its steps. A step is one access to what threads share, or one section of a lock.
 
 namespace
 {
 enum EStep : uint8
 {
-    StartSearch, // ++Searching; of the submitter: push under the submit lock
+    StartSearch, // ++Searching
     Search,      // steals from the shared queue
     HandOn,      // --Searching with a task; as the last, goes to wake
-    EndSearch,   // --Searching without one
+    LookAtStop,
+    StopSearch, // --Searching, to end
+    EndSearch,  // --Searching without a task
     LookAtActive,
     Announce,
+    LookAtStopAgain, // announcing may have wiped out the mark that came with the request
     LookAtActiveAgain,
     LookAtSearching,
     LookAtQueue, // under the submit lock
     FallAsleep,  // under the slot's lock
     Asleep,
+    Submit,   // pushes under the submit lock
     ScanSlot, // looks for a sleeper, without lock
     WakeSlot,
     MarkSlot,
     StartRun, // ++Active
     LookForSearchers,
     Run,
-    EndRun // --Active
+    EndRun, // --Active
+    RequestStop,
+    AwaitEnd, // of the worker whose slot it is, to clear that
+    Ended
 };
 enum ESlot : uint8
 {
@@ -43,7 +51,9 @@ enum EFault
     NoLookAgain,
     NoWakeAfterPush,
     NoMarks,
-    NoAnnouncement
+    NoAnnouncement,
+    NoLookAtStop,
+    NoWakeAtStop
 };
 
 struct SThread
@@ -58,8 +68,9 @@ constexpr uint8 TaskCount = 2;
 
 struct SState
 {
-    std::array<SThread, 3> _Threads; // workers, and last who submits
+    std::array<SThread, 4> _Threads; // workers, who submits, and who removes workers
     std::array<uint8, 2> _Slots = {};
+    std::array<bool, 2> _StopRequests = {};
     uint8 _Unsubmitted = TaskCount;
     uint8 _Queued = 0;
     uint8 _Ran = 0;
@@ -71,6 +82,7 @@ struct SState
 struct SModel
 {
     size_t _WorkerCount;
+    size_t _StayingCount; // of the workers; the others are to end
     EFault _Fault;
 
     /// One step of a thread. False when it has to wait for another one, or is through.
@@ -78,104 +90,118 @@ struct SModel
     {
         SThread& Thread = State._Threads[ Index ];
         const SThread Former = Thread;
-        const bool bSubmits = Index == 2;
-        uint8& Slot = State._Slots[ bSubmits ? 0 : Index ];
+        const size_t Worker = Index < 2 ? Index : 0; // the others take no step of a worker
+        uint8& Slot = State._Slots[ Worker ];
         uint8& Scanned = State._Slots[ Former._Slot ];
-        const auto Go = [ & ]( uint8 Next ) { Thread = { Next, 0, 0 }; };
-        const auto GoToWake = [ & ]( uint8 Next ) { Thread = { ScanSlot, 0, Next }; };
+        const auto Go = [ & ]( uint8 Next, uint8 BehindScan = Ended ) {
+            Thread = { Next, 0, BehindScan };
+            return true;
+        };
         const auto GoToNextSlot = [ & ]( uint8 AtEnd ) {
             const bool bEnd = ++Thread._Slot == _WorkerCount;
             Thread._Slot = bEnd ? 0 : Thread._Slot;
             Thread._Step = bEnd ? AtEnd : Thread._Step;
+            return true;
         };
         switch ( Former._Step )
         {
         case StartSearch:
-            if ( !bSubmits )
+            ++State._Searching;
+            return Go( Search );
+        case Search:
+            if ( State._Queued == 0 )
             {
-                ++State._Searching;
-                Go( Search );
-                break;
+                return Go( LookAtStop );
             }
+            --State._Queued;
+            return Go( HandOn );
+        case HandOn:
+            return --State._Searching == 0 ? Go( ScanSlot, StartRun ) : Go( StartRun );
+        case LookAtStop:
+            return Go( State._StopRequests[ Worker ] ? StopSearch : EndSearch );
+        case StopSearch:
+            --State._Searching;
+            return Go( MarkSlot, Ended );
+        case EndSearch:
+            return Go( --State._Searching == 0 ? LookAtActive : Announce );
+        case LookAtActive:
+            return Go( State._Active > 0 ? StartSearch : Announce );
+        case Announce:
+            Slot = _Fault == NoAnnouncement ? Slot : uint8( Awake );
+            return Go( _Fault == NoLookAgain ? FallAsleep : LookAtStopAgain );
+        case LookAtStopAgain:
+            return Go(
+                State._StopRequests[ Worker ] && _Fault != NoLookAtStop ? StartSearch : LookAtActiveAgain );
+        case LookAtActiveAgain:
+            return Go( State._Active > 0 ? LookAtSearching : LookAtQueue );
+        case LookAtSearching:
+            return Go( State._Searching == 0 ? StartSearch : LookAtQueue );
+        case LookAtQueue: // waits for who submits, who has the lock until it has woken
+            return State._Threads[ 2 ]._Step == Submit && Go( State._Queued > 0 ? StartSearch : FallAsleep );
+        case FallAsleep:
+            Slot = Slot == Woken ? Slot : uint8( Sleeping );
+            return Go( Asleep );
+        case Asleep:
+            return Slot == Woken && Go( StartSearch );
+        case Submit:
             if ( State._Unsubmitted == 0 )
             {
                 return false;
             }
             --State._Unsubmitted;
             ++State._Queued;
-            _Fault == NoWakeAfterPush ? Go( StartSearch ) : GoToWake( StartSearch );
-            break;
-        case Search:
-            Go( State._Queued > 0 ? HandOn : EndSearch );
-            State._Queued = uint8( State._Queued - ( State._Queued > 0 ) );
-            break;
-        case HandOn:
-            --State._Searching == 0 ? GoToWake( StartRun ) : Go( StartRun );
-            break;
-        case EndSearch:
-            Go( --State._Searching == 0 ? LookAtActive : Announce );
-            break;
-        case LookAtActive:
-            Go( State._Active > 0 ? StartSearch : Announce );
-            break;
-        case Announce:
-            Slot = _Fault == NoAnnouncement ? Slot : uint8( Awake );
-            Go( _Fault == NoLookAgain ? FallAsleep : LookAtActiveAgain );
-            break;
-        case LookAtActiveAgain:
-            Go( State._Active > 0 ? LookAtSearching : LookAtQueue );
-            break;
-        case LookAtSearching:
-            Go( State._Searching == 0 ? StartSearch : LookAtQueue );
-            break;
-        case LookAtQueue:
-            if ( State._Threads[ 2 ]._Step != StartSearch )
-            {
-                return false; // who submits has the lock until it has woken
-            }
-            Go( State._Queued > 0 ? StartSearch : FallAsleep );
-            break;
-        case FallAsleep:
-            Slot = Slot == Woken ? Slot : uint8( Sleeping );
-            Go( Slot == Woken ? StartSearch : Asleep );
-            break;
-        case Asleep:
-            Go( Slot == Woken ? StartSearch : Asleep );
-            return Slot == Woken;
+            return _Fault == NoWakeAfterPush ? Go( Submit ) : Go( ScanSlot, Submit );
         case ScanSlot:
-            Scanned == Sleeping ? void( Thread._Step = WakeSlot ) : GoToNextSlot( MarkSlot );
-            break;
+            if ( Scanned != Sleeping )
+            {
+                return GoToNextSlot( MarkSlot );
+            }
+            Thread._Step = WakeSlot;
+            return true;
         case WakeSlot:
             Scanned = Woken;
-            Go( Former._Next );
-            break;
+            return Go( Former._Next );
         case MarkSlot:
             Scanned = _Fault == NoMarks ? Scanned : uint8( Woken );
-            GoToNextSlot( Former._Next );
-            break;
+            return GoToNextSlot( Former._Next );
         case StartRun:
-            Go( ++State._Active == 1 ? LookForSearchers : Run );
-            break;
+            return Go( ++State._Active == 1 ? LookForSearchers : Run );
         case LookForSearchers:
-            State._Searching == 0 ? GoToWake( Run ) : Go( Run );
-            break;
+            return State._Searching == 0 ? Go( ScanSlot, Run ) : Go( Run );
         case Run:
             ++State._Ran;
-            Go( EndRun );
-            break;
+            return Go( EndRun );
         case EndRun:
             --State._Active;
-            Go( StartSearch );
-            break;
+            return Go( StartSearch );
+        case RequestStop:
+            State._StopRequests[ Former._Slot ] = true;
+            return GoToNextSlot( _Fault == NoWakeAtStop ? AwaitEnd : MarkSlot );
+        case AwaitEnd:
+            if ( State._StopRequests[ Former._Slot ] )
+            {
+                if ( State._Threads[ Former._Slot ]._Step != Ended )
+                {
+                    return false;
+                }
+                Scanned = Awake;
+            }
+            return GoToNextSlot( Ended );
+        default: // has ended
+            return false;
         }
-        return true;
     }
 
-    /// Whether some order of steps ends, with nobody able to go on, before all tasks have run. That no order
-    /// ends is a fault too: then nobody ever sleeps.
+    /// Whether some order of steps ends, with nobody able to go on, before all workers that are to end have
+    /// done so, or before all tasks have run although workers stay. That no order ends is a fault too: then
+    /// nobody ever sleeps.
     bool FindsFault() const
     {
-        std::set<SState> Seen = { SState() };
+        const uint8 FirstStep = _StayingCount < _WorkerCount ? RequestStop : Ended;
+        SState Start;
+        Start._Threads[ 2 ]._Step = Submit;
+        Start._Threads[ 3 ] = { FirstStep, static_cast<uint8>( _StayingCount ), AwaitEnd };
+        std::set<SState> Seen = { Start };
         std::vector<SState> Open( Seen.begin(), Seen.end() );
         bool bEnds = false;
         while ( !Open.empty() )
@@ -183,7 +209,7 @@ struct SModel
             const SState State = Open.back();
             Open.pop_back();
             bool bGoesOn = false;
-            for ( const size_t Thread : { size_t( 0 ), _WorkerCount - 1, size_t( 2 ) } )
+            for ( const size_t Thread : { size_t( 0 ), _WorkerCount - 1, size_t( 2 ), size_t( 3 ) } )
             {
                 SState Next = State;
                 if ( Step( Next, Thread ) )
@@ -195,7 +221,8 @@ struct SModel
                     }
                 }
             }
-            if ( !bGoesOn && State._Ran != TaskCount )
+            const bool bAllRan = State._Ran == TaskCount || _StayingCount == 0;
+            if ( !bGoesOn && !( bAllRan && State._Threads[ 3 ]._Step == Ended ) )
             {
                 return true;
             }
@@ -208,14 +235,16 @@ struct SModel
 
 TEST_CASE( "No order of steps leaves work queued while all workers sleep", "[thread_model]" )
 {
-    for ( const size_t Workers : { size_t( 1 ), size_t( 2 ) } )
+    for ( const auto& [ Workers, Staying ] : { std::pair( 1u, 1u ), { 2, 2 }, { 1, 0 }, { 2, 1 }, { 2, 0 } } )
     {
-        CAPTURE( Workers );
-        REQUIRE_FALSE( SModel{ Workers, NoFault }.FindsFault() );
-        for ( const EFault Fault : { NoLookAgain, NoWakeAfterPush, NoMarks, NoAnnouncement } )
+        CAPTURE( Workers, Staying );
+        REQUIRE_FALSE( SModel{ Workers, Staying, NoFault }.FindsFault() );
+        const std::vector<EFault> WakeFaults = { NoLookAgain, NoWakeAfterPush, NoMarks, NoAnnouncement };
+        const std::vector<EFault> StopFaults = { NoLookAtStop, NoWakeAtStop, NoMarks };
+        for ( const EFault Fault : Staying == Workers ? WakeFaults : StopFaults )
         {
             CAPTURE( Fault );
-            REQUIRE( SModel{ Workers, Fault }.FindsFault() );
+            REQUIRE( SModel{ Workers, Staying, Fault }.FindsFault() );
         }
     }
 }

@@ -1,6 +1,7 @@
 #include "zan_core/tasks/zan_graph_job.h"
 #include "zan_core/tasks/zan_job.h"
 #include "zan_test/include/zan_test_catch.h"
+#include "zan_test/include/zan_test_threads.h"
 
 #include <boost/function.hpp>
 
@@ -11,6 +12,8 @@
 #include <thread>
 #include <vector>
 
+using NZanTestUtils::SpinUntil;
+
 // By totals and by order only. ZAN_STRESS_ROUNDS raises the rounds, for 1,000 of them by hand.
 
 namespace
@@ -19,16 +22,6 @@ int32 GetRounds()
 {
     const char* const pText = std::getenv( "ZAN_STRESS_ROUNDS" );
     return pText != nullptr ? std::atoi( pText ) : 20;
-}
-
-/// Yields only after a while, so that two threads go on at the same time.
-template <typename TCondition>
-void SpinUntil( const TCondition& Condition )
-{
-    for ( int32 Spins = 0; !Condition(); ++Spins )
-    {
-        Spins < 1000 ? static_cast<void>( 0 ) : NZanPlatform::YieldThread();
-    }
 }
 
 /// Adds 1 to Count in each node of a tree of tasks.
@@ -90,30 +83,14 @@ TEST_CASE( "CZanTaskScheduler loses no task and runs none twice", "[.][thread]" 
 
 TEST_CASE( "CTask runs on one of those that want to run it", "[.][thread]" )
 {
-    constexpr int32 TaskCount = 20000;
+    constexpr int32 TaskCount = 5000;
     CZanTaskScheduler Scheduler( "Stress" );
     std::atomic<int32> Count = 0;
-    std::atomic<int32> Turn = -1;
-    std::atomic<int32> Others = 0;
-    CZanPtr<CTask> Task;
-    std::thread Other( [ & ]() {
-        for ( int32 i = 0; i < TaskCount; ++i )
-        {
-            SpinUntil( [ & ]() { return Turn >= i; } );
-            Task->TryRun();
-            ++Others;
-        }
-    } );
     for ( int32 i = 0; i < TaskCount; ++i )
     {
-        Task = Scheduler.ScheduleOrDefer( [ & ]() { ++Count; }, "Wanted" );
-        Turn = i;
-        for ( std::atomic<int32> Delay = i % 64; Delay > 0; --Delay ) // until the other thread sees that
-        {}
-        Task->TryRun();
-        SpinUntil( [ & ]() { return Others > i; } );
+        const CZanPtr<CTask> Task = Scheduler.ScheduleOrDefer( [ & ]() { ++Count; }, "Wanted" );
+        NZanTestUtils::RunOnTwoThreads( [ & ]( int32 ) { Task->TryRun(); } );
     }
-    Other.join();
     REQUIRE( Count == TaskCount );
 }
 
@@ -126,14 +103,13 @@ TEST_CASE( "CZanTaskScheduler wakes a worker for each lone task", "[.][thread]" 
         for ( int32 i = 0; i < 200; ++i )
         {
             const CZanPtr<CTask> Task = Scheduler.Schedule( []() {}, "Lone" );
-            while ( !Task->IsDone() ) // hangs when the wake-up is lost, for nobody helps
-            {
-                NZanPlatform::YieldThread();
-            }
+            SpinUntil( [ & ]() { return Task->IsDone(); } ); // hangs when the wake-up is lost: nobody helps
             for ( int32 Yield = 0; Yield < i % 70; ++Yield ) // about as long as they search
             {
                 NZanPlatform::YieldThread();
             }
+            Scheduler.RemoveThreads( i % 2 ); // hangs when a worker falls asleep over that
+            Scheduler.AddThreads( i % 2 );
         }
     }
 }

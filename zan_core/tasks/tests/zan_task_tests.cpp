@@ -3,6 +3,7 @@
 #include "zan_core/tasks/zan_task_schedulers.h"
 #include "zan_test/include/zan_test_catch.h"
 #include "zan_test/include/zan_test_logger.h"
+#include "zan_test/include/zan_test_threads.h"
 
 #include <boost/function.hpp>
 
@@ -55,10 +56,7 @@ TEST_CASE( "CJob", "[.][thread]" )
                     bEnded = true;
                 },
                 "Long" ) );
-            for ( int32 Yields = 0; !bStarted && Yields < 10000; ++Yields )
-            {
-                NZanPlatform::YieldThread(); // most often it starts
-            }
+            NZanTestUtils::SpinUntil( [ & ]() { return bStarted.load(); } );
             Job.Add( Scheduler.Schedule( [ & ]() { bOther = true; }, "Short" ) );
             Job.Wait();
             REQUIRE( ( bEnded && Job.IsDone() ) );
@@ -141,10 +139,7 @@ TEST_CASE( "CZanTaskScheduler Thread Creation", "[.][thread]" )
                 }
             },
             "Outer" );
-        while ( Done < 2000 )
-        {
-            NZanPlatform::YieldThread();
-        }
+        NZanTestUtils::SpinUntil( [ & ]() { return Done == 2000; } );
         CZanTaskScheduler::SetThreadHook( nullptr );
         REQUIRE( Hooked == 1 );
         REQUIRE( std::string( Name ) == "Test 1" );

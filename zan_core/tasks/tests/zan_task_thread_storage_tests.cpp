@@ -2,10 +2,13 @@
 #include "zan_core/tasks/zan_task_thread_storage.h"
 #include "zan_test/include/zan_test_catch.h"
 #include "zan_test/include/zan_test_logger.h"
+#include "zan_test/include/zan_test_threads.h"
 
 #include <boost/function.hpp>
 
 #include <thread>
+
+using NZanTestUtils::SpinUntil;
 
 TEST_CASE( "CTaskThreadStorage", "[.][thread]" )
 {
@@ -40,10 +43,7 @@ TEST_CASE( "CTaskThreadStorage", "[.][thread]" )
         CZanTaskScheduler Other( "Other Test" );
         Other.Start( 1 );
         CZanPtr<CTask> Task = Other.Schedule( RunJobs, "Jobs" );
-        while ( !Task->IsDone() ) // does not help: the other thread is to run it
-        {
-            NZanPlatform::YieldThread();
-        }
+        SpinUntil( [ & ]() { return Task->IsDone(); } ); // does not help: the other thread is to run it
         REQUIRE( Total == TaskCount * 2 );
     }
 
@@ -64,10 +64,7 @@ TEST_CASE( "CTaskThreadStorage", "[.][thread]" )
             Task = Scheduler.Schedule(
                 [ & ]() {
                     ++Arrived;
-                    while ( Arrived < 4 )
-                    {
-                        NZanPlatform::YieldThread();
-                    }
+                    SpinUntil( [ & ]() { return Arrived == 4; } );
                     const int32* const pValue = &Single.Get();
                     bOutside = bOutside || pValue < Single.begin() || pValue >= Single.end();
                 },
@@ -75,17 +72,10 @@ TEST_CASE( "CTaskThreadStorage", "[.][thread]" )
         }
         for ( CZanPtr<CTask>& Task : Tasks )
         {
-            while ( !Task->IsDone() )
-            {
-                NZanPlatform::YieldThread();
-            }
+            SpinUntil( [ & ]() { return Task->IsDone(); } );
         }
         REQUIRE_FALSE( bOutside );
-        std::string Messages;
-        for ( const NZanTestUtils::SLogRecord& Record : Log.GetRecords() )
-        {
-            Messages += Record.Message;
-        }
+        const std::string Messages = Log.GetMessages();
         REQUIRE_THAT( Messages, Catch::Contains( "Did you forget to call AssociateMainThread?" ) );
         REQUIRE_THAT( Messages, Catch::Contains( "Trying to access task thread storage for a non-task" ) );
         REQUIRE_THAT( Messages, Catch::Contains( "Task thread has invalid thread index" ) );
