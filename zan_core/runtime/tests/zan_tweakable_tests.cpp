@@ -71,11 +71,11 @@ TEST_CASE( "Tweakables are declared once for each name and class", "[tweakable]"
     static bool bShared = false;
     const int32 Former = NTweakable::GetAll().GetSize();
     std::vector<CTweakable*> Declared[ 2 ];
-    NZanTestUtils::RunOnTwoThreads( [ & ]( int32 Number ) {
+    NZanTestUtils::RunOnTwoThreads( [ & ]( int32 Thread ) {
         for ( int32 i = 0; i < 300; ++i )
         {
             const std::string Name = "Test.Shared" + std::to_string( i );
-            Declared[ Number ].push_back( &NTweakable::Declare( Name.c_str(), "", bShared ) );
+            Declared[ Thread ].push_back( &NTweakable::Declare( Name.c_str(), "", bShared ) );
             NTweakable::Find( Name.c_str() );
         }
     } );
