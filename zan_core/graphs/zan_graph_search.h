@@ -149,54 +149,57 @@ template <typename TGraph, typename TVisitor>
 inline void DependencyOrderSearch( TGraph& Graph, TVisitor&& Visitor )
 {
     const auto Nodes = Graph.GetNodes();
+    const auto First = Nodes.begin();
     CZanInlineBufArray<int32, 128> WaitCounts; // by node: source edges that were not followed yet
-    CZanInlineBufArray<int32, 128> Frontier;
-    WaitCounts.Reserve( Nodes.GetSize() );
-    for ( const auto& Node : Nodes )
-    {
-        const int32 Count = Node.GetSourceEdges().GetSize();
-        if ( Count == 0 )
-        {
-            Frontier.Append( WaitCounts.GetSize() );
-        }
-        WaitCounts.Append( Count );
-    }
+    CZanInlineBufArray<int32, 128> Queue;      // of nodes that wait for none; no node enters it twice
+    WaitCounts.SetSizeNoInit( Nodes.GetSize() );
+    Queue.SetSizeNoInit( Nodes.GetSize() );
     int32* const pWaitCounts = WaitCounts.GetData();
-    for ( int32 Generation = 0; !Frontier.IsEmpty(); ++Generation )
+    int32* const pQueue = Queue.GetData();
+    int32 Queued = 0;
+    for ( int32 i = 0; i < Nodes.GetSize(); ++i )
     {
-        const int32 Count = Frontier.GetSize();
-        for ( int32 i = 0; i < Count; ++i )
+        pWaitCounts[ i ] = First[ i ].GetSourceEdges().GetSize();
+        pQueue[ Queued ] = i;
+        Queued += pWaitCounts[ i ] == 0;
+    }
+    int32 Generation = -1;
+    int32 GenerationEnd = 0;
+    for ( int32 i = 0; i < Queued; ++i )
+    {
+        if ( i == GenerationEnd )
         {
-            // A large graph is all waiting for memory, so what comes soon is sent for: first the nodes, then,
-            // through those that have come, their edges.
-            if ( i + 8 < Frontier.GetSize() )
+            ++Generation;
+            GenerationEnd = Queued;
+        }
+        // A large graph is all waiting for memory, so what comes soon is sent for: first the nodes, then,
+        // through those that have come, their edges.
+        if ( i + 8 < Queued )
+        {
+            __builtin_prefetch( &First[ pQueue[ i + 8 ] ] );
+            NDetail::Prefetch( First[ pQueue[ i + 4 ] ].GetTargetEdges().begin() );
+        }
+        auto& Node = First[ pQueue[ i ] ];
+        const ESearchResult Result = Visitor( Node, Generation );
+        if ( Result == ESearchResult::Stop )
+        {
+            return;
+        }
+        if ( Result == ESearchResult::Skip )
+        {
+            continue;
+        }
+        const auto Edges = Node.GetTargetEdges();
+        for ( auto Position = Edges.begin(), End = Edges.end(); Position != End; )
+        {
+            const int32 Target = Graph.GetIndex( Position->GetTarget() );
+            ++Position;
+            NDetail::Prefetch( Position );
+            if ( --pWaitCounts[ Target ] == 0 )
             {
-                __builtin_prefetch( &Nodes.begin()[ Frontier[ i + 8 ] ] );
-                NDetail::Prefetch( Nodes.begin()[ Frontier[ i + 4 ] ].GetTargetEdges().begin() );
-            }
-            auto& Node = Nodes.begin()[ Frontier[ i ] ];
-            const ESearchResult Result = Visitor( Node, Generation );
-            if ( Result == ESearchResult::Stop )
-            {
-                return;
-            }
-            if ( Result == ESearchResult::Skip )
-            {
-                continue;
-            }
-            const auto Edges = Node.GetTargetEdges();
-            for ( auto Position = Edges.begin(), End = Edges.end(); Position != End; )
-            {
-                const int32 Target = Graph.GetIndex( Position->GetTarget() );
-                ++Position;
-                NDetail::Prefetch( Position );
-                if ( --pWaitCounts[ Target ] == 0 )
-                {
-                    Frontier.Append( Target );
-                }
+                pQueue[ Queued++ ] = Target;
             }
         }
-        Frontier.RemoveRange( 0, Count );
     }
 }
 
