@@ -1,4 +1,4 @@
-#include "benchmarks/zan_bench.h"
+#include "benchmarks/zan_bench_data.h"
 #include "zan_core/containers/zan_deque.h"
 #include "zan_core/tasks/zan_graph_job.h"
 #include "zan_core/tasks/zan_job.h"
@@ -297,6 +297,43 @@ void RunPeerFibonacci( benchmark::State& State, int32 Workers )
     }
 }
 
+// --- The same work by more workers
+
+/// Arithmetic of about a microsecond, in 10,000 tasks that one task schedules. Only workers run them.
+void RunOurLoad( benchmark::State& State, int32 Workers )
+{
+    constexpr int32 TaskCount = 10000;
+    SScheduler Scheduler( Workers );
+    SSignal Done;
+    for ( auto _ : State )
+    {
+        std::atomic<int32> LeftCount = TaskCount;
+        const auto Work = [ & ]() {
+            uint32 Bits = 1;
+            for ( int32 i = 0; i < 300; ++i )
+            {
+                Bits = NZanBench::Scramble( Bits + 1 );
+            }
+            benchmark::DoNotOptimize( Bits );
+            if ( --LeftCount == 0 )
+            {
+                Done.Set();
+            }
+        };
+        std::vector<CZanPtr<CTask>> Tasks( TaskCount );
+        const CZanPtr<CTask> Root = Scheduler.Schedule(
+            [ & ]() {
+                for ( CZanPtr<CTask>& Task : Tasks )
+                {
+                    Task = Scheduler.Schedule( Work, "Work" );
+                }
+            },
+            "Root" );
+        Done.Wait();
+        Root->Wait();
+    }
+}
+
 // --- A layered graph of short tasks, built and run
 
 constexpr int32 Layers = 100;
@@ -442,6 +479,9 @@ void AddSchedulerRows()
             "Fibonacci of 20 by fork and join", &RunOurFibonacci, "tbb::task_group", &RunPeerFibonacci, 1.5 );
         Row( "graph of 10,000 tasks of 1 us", &RunOurGraph, "tbb::flow::graph", &RunPeerGraph, 1.0 );
     }
+    ZanBench( "10,000 tasks of arithmetic, 2 workers",
+        { { "ours", []( benchmark::State& State ) { RunOurLoad( State, 2 ); } },
+            { "ours, 1 worker", []( benchmark::State& State ) { RunOurLoad( State, 1 ); } } } );
     ZanBench( "hand-over to a sleeping thread and back",
         { { "ours", HandOverToOurs }, { "std::condition_variable", HandOverToThread } }, 1.2 );
 }
