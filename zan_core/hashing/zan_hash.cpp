@@ -13,8 +13,8 @@ uint32 ReadBlock( const unsigned char* pBytes )
     return Block;
 }
 
-/// The bytes behind the last whole block, Length % 4 of them, and zeros, which change no hash. Without a
-/// branch on how many: nothing is harder to predict in texts.
+/// The bytes behind the last whole block, Length % 4 of them and at least one, without a branch on how many:
+/// nothing is harder to predict in texts.
 uint32 ReadTail( const unsigned char* pBytes, uint32 Length )
 {
     if ( Length >= 4 ) [[likely]]
@@ -36,13 +36,17 @@ uint32 ZanHash( const void* pData, int32 Length )
     }
     const unsigned char* const pBytes = static_cast<const unsigned char*>( pData );
     const uint32 Size = static_cast<uint32>( Length );
-    const uint32 WholeSize = Size / 4 * 4;
+    const unsigned char* const pTail = pBytes + Size / 4 * 4;
     uint32 Hash = 0;
-    for ( uint32 i = 0; i < WholeSize; i += 4 )
+    for ( const unsigned char* pBlock = pBytes; pBlock != pTail; pBlock += 4 )
     {
-        Hash = MixBlock( Hash, ReadBlock( pBytes + i ) );
+        Hash = MixBlock( Hash, ReadBlock( pBlock ) );
     }
-    return Finalise( Hash ^ ScrambleBlock( ReadTail( pBytes, Size ) ), Size );
+    if ( Size % 4 != 0 )
+    {
+        Hash ^= ScrambleBlock( ReadTail( pBytes, Size ) );
+    }
+    return Finalise( Hash, Size );
 }
 
 void SZanHashStream::Feed( const void* pData, int32 Length )
