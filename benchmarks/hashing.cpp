@@ -444,23 +444,23 @@ void AddHashes( int32 Length )
 
 void RegisterRows()
 {
-    AddMaps<int32, true>( "same hash, ", "int32" );
-    AddMaps<int64, true>( "same hash, ", "int64" );
-    AddMaps<CString, true>( "same hash, ", "text" );
-    AddMaps<int32, false>( "own hash, ", "int32" );
-    AddMaps<int64, false>( "own hash, ", "int64" );
-    AddMaps<CString, false>( "own hash, ", "text" );
+    AddMaps<int32, true>( "map, same hash, ", "int32" );
+    AddMaps<int64, true>( "map, same hash, ", "int64" );
+    AddMaps<CString, true>( "map, same hash, ", "text" );
+    AddMaps<int32, false>( "map, own hash, ", "int32" );
+    AddMaps<int64, false>( "map, own hash, ", "int64" );
+    AddMaps<CString, false>( "map, own hash, ", "text" );
     AddSetsAndHybrids<int32>( "int32" );
     AddSetsAndHybrids<CString>( "text" );
     for ( const int32 Length : { 4, 16, 64, 1024, 65536 } )
     {
         AddHashes( Length );
     }
-    for ( const std::string Hash : { "same hash", "own hash" } )
+    for ( const std::string Maps : { "map, same hash", "map, own hash", "map" } )
     {
-        ZanBenchMean( Hash + ", geometric mean", Hash, "tsl::robin_map", 1.0 );
-        ZanBenchMean( Hash + ", geometric mean", Hash, "std::unordered_map", 0.5 );
-        ZanBenchMean( Hash + ", geometric mean", Hash, "boost::unordered_flat_map", 1.25 );
-        ZanBenchMean( Hash + ", geometric mean", Hash, "absl::flat_hash_map", 1.25 );
+        ZanBenchMean( Maps + ", geometric mean", Maps + ", ", "tsl::robin_map", 1.0 );
+        ZanBenchMean( Maps + ", geometric mean", Maps + ", ", "std::unordered_map", 0.5 );
+        ZanBenchMean( Maps + ", geometric mean", Maps + ", ", "boost::unordered_flat_map", 1.25 );
+        ZanBenchMean( Maps + ", geometric mean", Maps + ", ", "absl::flat_hash_map", 1.25 );
     }
 }
