@@ -36,7 +36,7 @@ uint32 ZanHash( const void* pData, int32 Length )
     }
     const unsigned char* const pBytes = static_cast<const unsigned char*>( pData );
     const uint32 Size = static_cast<uint32>( Length );
-    const unsigned char* const pTail = pBytes + Size / 4 * 4;
+    const unsigned char* const pTail = pBytes + ( Size - Size % 4 );
     uint32 Hash = 0;
     for ( const unsigned char* pBlock = pBytes; pBlock != pTail; pBlock += 4 )
     {
