@@ -88,6 +88,18 @@ TEST_CASE( "CZanRobinHoodTable load limits", "[robin_hood_table]" )
 }
 
 TEST_CASE(
+    "CZanRobinHoodTable keeps entries of one home in order when others are pushed", "[robin_hood_table]" )
+{
+    CPlacedTable Table;
+    for ( const int64 Key : { 1, 9, 2, 10, 17 } ) // the last one pushes 2, which passes 10 as its equal
+    {
+        Table.Insert( Key );
+    }
+    const int64 Order[] = { 1, 9, 17, 10, 2 };
+    REQUIRE( ( Table.IsSound( 5 ) && std::equal( Table.begin(), Table.end(), Order ) ) );
+}
+
+TEST_CASE(
     "CZanRobinHoodTable takes the new entry back when a pushed one finds no place", "[robin_hood_table]" )
 {
     NZanTestUtils::SLifeCounters Life;
@@ -114,6 +126,15 @@ TEST_CASE( "CZanRobinHoodTable grows in the middle of a rebuild", "[robin_hood_t
     {
         REQUIRE( ( Table.Insert( i * 64 ) && Table.IsSound( i + 1 ) ) );
     }
+    // In 16 buckets those from 7 reach into those from 8, which have no room left; in 32 they are apart.
+    CPlacedTable Crowded;
+    Crowded.SetMaxLoadFactor( 2.0f );
+    for ( const int64 Key : { 7, 23, 39, 55, 15, 8, 24, 40, 56, 72, 88 } )
+    {
+        REQUIRE( ( Crowded.GetBuckets() <= 8 && Crowded.Insert( Key ) && Crowded.CheckInvariants() ) );
+    }
+    REQUIRE( ( Crowded.GetBuckets() == 32 && Crowded.IsSound( 11 ) ) );
+
     const int32 Buckets = Table.GetBuckets();
     for ( const int32 Bits : { 2, 0, 31 } ) // too few for what the table holds, and none that can be
     {
