@@ -177,6 +177,11 @@ struct SUnit
 };
 using CUnits = std::vector<SUnit>;
 
+CZanStringView AsView( const std::string& Text )
+{
+    return CZanStringView( Text.data(), static_cast<int32>( Text.size() ) );
+}
+
 void ReadText( const SToken& Token, std::string& Text )
 {
     Text.assign( Token.GetView().GetIterStart(), Token.GetView().GetIterEnd() );
@@ -271,14 +276,14 @@ CUnits ReadJsonUnits( const std::string& Json )
     return Units;
 }
 
+/// Tokens by their numbers, as the binary form needs them.
 class CTokenWriter
 {
 public:
-    CTokenWriter( CFile& File, bool bIndents ) : _Writer( &File ), _Step( bIndents ? 1 : 0 ) {}
+    explicit CTokenWriter( CFile& File ) : _Writer( &File ) {}
 
     void Key( EKey Token )
     {
-        _Writer.WriteIndent();
         _Writer.WriteToken( Token );
         _Writer.WriteToken( NToken::Assign );
     }
@@ -286,48 +291,30 @@ public:
     {
         Key( Token );
         _Writer.WriteInt( Value );
-        _Writer.WriteToken( NToken::LineFeed );
-    }
-    void Word( const std::string& Text )
-    {
-        _Token.SetText( CZanStringView( Text.data(), static_cast<int32>( Text.size() ) ) );
-        _Writer.WriteTokenText( _Token );
     }
     void Quoted( EKey Token, const std::string& Text )
     {
         Key( Token );
-        _Writer.WriteQuoted( CZanStringView( Text.data(), static_cast<int32>( Text.size() ) ) );
-        _Writer.WriteToken( NToken::LineFeed );
+        _Writer.WriteQuoted( AsView( Text ) );
     }
     void Open( EKey Token )
     {
         Key( Token );
         _Writer.WriteToken( NToken::OpenBlock );
-        _Writer.WriteToken( NToken::LineFeed );
-        _Writer.SetIndent( _Writer.GetIndent() + _Step );
     }
-    void Close()
-    {
-        _Writer.SetIndent( _Writer.GetIndent() - _Step );
-        _Writer.WriteIndent();
-        _Writer.WriteToken( NToken::CloseBlock );
-        _Writer.WriteToken( NToken::LineFeed );
-    }
+    void Close() { _Writer.WriteToken( NToken::CloseBlock ); }
     void Unit( const SUnit& From )
     {
         Open( KeyUnit );
         Quoted( KeyName, From.Name );
         Int( KeyCost, From.Cost );
         Int( KeyStrength, From.Cost );
-        Key( KeyTags );
-        _Writer.WriteToken( NToken::OpenBlock );
+        Open( KeyTags );
         for ( const std::string& Tag : From.Tags )
         {
-            Word( Tag );
-            _Writer.WriteToken( NToken::Blank );
+            _Writer.WriteQuoted( AsView( Tag ) );
         }
-        _Writer.WriteToken( NToken::CloseBlock );
-        _Writer.WriteToken( NToken::LineFeed );
+        Close();
         Open( KeyUpkeep );
         Int( KeyGold, From.Gold );
         Int( KeyFood, From.Food );
@@ -340,18 +327,58 @@ public:
 
 private:
     CWriter _Writer;
-    SToken _Token;
-    const int32 _Step; // of the indentation
 };
 
-int32 WriteUnits( const CUnits& Units, CZanArray<uint8>& Bytes, EFileType Type, bool bIndents )
+/// A block of statements, or of what else there is in it.
+template <typename TWrite>
+struct SBlock final : CPersistent
+{
+    explicit SBlock( TWrite Function ) : _Function( Function ) {}
+    void Read( CZanPersistentReader& ) override {}
+    void Write( CWriter& Writer ) override { _Function( Writer ); }
+
+    TWrite _Function;
+};
+
+void WriteStatements( CWriter& Writer, const SUnit& From )
+{
+    SBlock Tags( [ & ]( CWriter& Inner ) {
+        Inner.WriteIndent();
+        for ( const std::string& Tag : From.Tags )
+        {
+            Inner.WriteQuoted( AsView( Tag ) );
+        }
+        Inner.WriteToken( NToken::LineFeed );
+    } );
+    SBlock Upkeep( [ & ]( CWriter& Inner ) {
+        Inner.WriteStatement( "gold", From.Gold );
+        Inner.WriteStatement( "food", From.Food );
+    } );
+    Writer.WriteStatement( "name", AsView( From.Name ) );
+    Writer.WriteStatement( "cost", From.Cost );
+    Writer.WriteStatement( "strength", From.Cost );
+    Writer.WriteStatement( "tags", Tags );
+    Writer.WriteStatement( "upkeep", Upkeep );
+    Writer.WriteStatement( "enabled", From.bEnabled );
+    Writer.WriteStatement( "requires", AsView( From.Required ) );
+    Writer.WriteStatement( "description", AsView( From.Description ) );
+}
+
+int32 WriteUnits( const CUnits& Units, CZanArray<uint8>& Bytes, EFileType Type )
 {
     Bytes.RemoveAll();
     CMemoryFile File( Bytes, Type, OPEN_WRITE );
-    CTokenWriter Writer( File, bIndents );
+    CTokenWriter Tokens( File );
+    CWriter Writer( &File );
     for ( const SUnit& Unit : Units )
     {
-        Writer.Unit( Unit );
+        if ( Type == FILE_BINARY )
+        {
+            Tokens.Unit( Unit );
+            continue;
+        }
+        SBlock Block( [ & ]( CWriter& Inner ) { WriteStatements( Inner, Unit ); } );
+        Writer.WriteStatement( "unit", Block );
     }
     return Bytes.GetSize();
 }
@@ -406,19 +433,16 @@ void RegisterStructures( const std::string& SizeName, const std::shared_ptr<cons
 
     const auto pBytes = std::make_shared<CZanArray<uint8>>();
     const auto pBuffer = std::make_shared<rapidjson::StringBuffer>();
-    for ( const EFileType Type : { FILE_TEXT, FILE_BINARY } )
-    {
-        ZanBench( std::string( "Token writing, " ) + ( Type == FILE_TEXT ? "text, " : "binary, " ) + SizeName,
-            { { "ours", [ = ] { return WriteUnits( *pUnits, *pBytes, Type, false ); } },
-                { "rapidjson::Writer",
-                    [ = ] { return WriteJsonUnits<CCompactWriter>( *pUnits, *pBuffer ); } } },
-            1.0 );
-    }
-    ZanBench( "Token writing, text with indentation, " + SizeName,
-        { { "ours", [ = ] { return WriteUnits( *pUnits, *pBytes, FILE_TEXT, true ); } },
-            { "rapidjson::PrettyWriter",
-                [ = ] { return WriteJsonUnits<CPrettyWriter>( *pUnits, *pBuffer ); } } },
-        1.0 );
+    const auto WriteOurs = [ = ]( EFileType Type ) {
+        return [ = ] { return WriteUnits( *pUnits, *pBytes, Type ); };
+    };
+    const SZanBenchContender Compact = { "rapidjson::Writer",
+        [ = ] { return WriteJsonUnits<CCompactWriter>( *pUnits, *pBuffer ); } };
+    const SZanBenchContender Pretty = { "rapidjson::PrettyWriter",
+        [ = ] { return WriteJsonUnits<CPrettyWriter>( *pUnits, *pBuffer ); } };
+    ZanBench(
+        "Token writing, text, " + SizeName, { { "ours", WriteOurs( FILE_TEXT ) }, Pretty, Compact }, 1.0 );
+    ZanBench( "Token writing, binary, " + SizeName, { { "ours", WriteOurs( FILE_BINARY ) }, Compact }, 1.0 );
 }
 } // namespace
 

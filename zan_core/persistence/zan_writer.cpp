@@ -19,6 +19,10 @@ namespace
 constexpr char CommonTexts[] = { 0, '=', '"', '{', '}', '(', ')', 0, ',', 0, 0, 0, 0, 0, 0, 0, '\n', '\t',
     ' ' };
 
+constexpr CZanStringView Tabs = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t"
+                                "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
+static_assert( Tabs.GetSize() == 64 );
+
 /// Writes at most twice the size, and gives the end.
 inline char* PutEscaped( char* pTarget, CZanStringView Text )
 {
@@ -125,10 +129,6 @@ CWriter::~CWriter()
 
 void CWriter::WriteIndent()
 {
-    constexpr CZanStringView Tabs = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t"
-                                    "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
-    static_assert( Tabs.GetSize() == 64 );
-
     for ( int32 Rest = _bBinary ? 0 : _Indent; Rest > 0; Rest -= Tabs.GetSize() )
     {
         Write( Tabs.GetSubstring( 0, std::min( Rest, Tabs.GetSize() ) ) );
@@ -212,9 +212,52 @@ void CWriter::WriteUint( uint32 Value ) { WriteNumber( NToken::Unsigned, Value )
 
 // --- Statements --------------------------------------------------------------------------------------------
 
-void CWriter::WriteKey( CZanStringView Key )
+/// Writes the whole line at once, where there is room for it at hand. Put writes up to MaxSize characters of
+/// the value, and gives their end. False, and nothing is written, elsewhere.
+template <typename TPut>
+inline bool CWriter::TryWriteLine( CZanStringView Key, int64 MaxSize, const TPut& Put )
 {
     static_cast<void>( zan_expects( !_bBinary, "A statement in words for a file of the binary form" ) );
+    constexpr int64 MaxRoom = 1 << 24;
+    constexpr CZanStringView Assign = " = ";
+    const int32 TabCount = std::max( _Indent, 0 );
+    const int64 Room = MaxSize + Key.GetSize() + TabCount + Assign.GetSize() + 1;
+    if ( TabCount > Tabs.GetSize() || Room > MaxRoom )
+    {
+        return false;
+    }
+    char* pTarget = TryExtend( static_cast<int32>( Room ) );
+    if ( pTarget == nullptr )
+    {
+        return false;
+    }
+    pTarget = NZanStringUtils::NDetail::Put( pTarget, Tabs.GetSubstring( 0, TabCount ) );
+    pTarget = NZanStringUtils::NDetail::Put( pTarget, Key );
+    pTarget = NZanStringUtils::NDetail::Put( pTarget, Assign );
+    pTarget = Put( pTarget );
+    *pTarget = '\n';
+    _pMemoryFile->GiveBack( pTarget + 1 );
+    return true;
+}
+
+template <typename T>
+inline void CWriter::WriteNumberLine( CZanStringView Key, T Value )
+{
+    constexpr int32 MaxSize = NZanStringUtils::MaxNumberSize;
+    const auto Put = [ Value ]( char* pTarget ) {
+        return NZanStringUtils::to_chars( pTarget, pTarget + MaxSize, Value ).ptr;
+    };
+    if ( !TryWriteLine( Key, MaxSize, Put ) )
+    {
+        char Buffer[ MaxSize ];
+        WriteKey( Key );
+        Write( CZanStringView( Buffer, static_cast<int32>( Put( Buffer ) - Buffer ) ) );
+        WriteToken( NToken::LineFeed );
+    }
+}
+
+void CWriter::WriteKey( CZanStringView Key )
+{
     WriteIndent();
     Write( Key );
     WriteToken( NToken::Blank );
@@ -222,25 +265,25 @@ void CWriter::WriteKey( CZanStringView Key )
     WriteToken( NToken::Blank );
 }
 
-void CWriter::WriteStatement( CZanStringView Key, int32 Value )
-{
-    WriteKey( Key );
-    WriteInt( Value );
-    WriteToken( NToken::LineFeed );
-}
+void CWriter::WriteStatement( CZanStringView Key, int32 Value ) { WriteNumberLine( Key, Value ); }
 
-void CWriter::WriteStatement( CZanStringView Key, CFixedPoint Value )
-{
-    WriteKey( Key );
-    WriteTokenText( SToken( Value ) );
-    WriteToken( NToken::LineFeed );
-}
+void CWriter::WriteStatement( CZanStringView Key, CFixedPoint Value ) { WriteNumberLine( Key, Value ); }
 
 void CWriter::WriteStatement( CZanStringView Key, CZanStringView Text )
 {
-    WriteKey( Key );
-    WriteQuoted( Text );
-    WriteToken( NToken::LineFeed );
+    constexpr int32 QuotesSize = 2;
+    const auto Put = [ Text ]( char* pTarget ) {
+        *pTarget = '"';
+        pTarget = PutEscaped( pTarget + 1, Text );
+        *pTarget = '"';
+        return pTarget + 1;
+    };
+    if ( !TryWriteLine( Key, int64( Text.GetSize() ) * 2 + QuotesSize, Put ) )
+    {
+        WriteKey( Key );
+        WriteQuoted( Text );
+        WriteToken( NToken::LineFeed );
+    }
 }
 
 void CWriter::WriteStatement( CZanStringView Key, CPersistent& Block )

@@ -60,6 +60,10 @@ private:
     template <int32 Size>
     void WriteBytes( const char ( &Bytes )[ Size ] );
     void WriteSlowly( CZanStringView Bytes );
+    template <typename TPut>
+    bool TryWriteLine( CZanStringView Key, int64 MaxSize, const TPut& Put );
+    template <typename T>
+    void WriteNumberLine( CZanStringView Key, T Value );
     void WriteKey( CZanStringView Key );
     void WriteUint16( uint32 Value );
     char* PutQuote( char* pTarget ) const;

@@ -84,6 +84,29 @@ TEST_CASE( "Quoted texts come back from the lexer", "[persistence]" )
     CHECK( Write( FILE_BINARY, Call( &CWriter::WriteQuoted, "a\"" ) ) == "\2\0a\\\"\2\0"s );
 }
 
+TEST_CASE( "Statements are lines, be there room for them at hand or not", "[persistence]" )
+{
+    for ( const int32 Depth : { -1, 0, 3, 64, 65 } )
+    {
+        const std::string Tabs( Depth > 0 ? static_cast<size_t>( Depth ) : 0, '\t' );
+        const std::string Expected = Tabs + "count = -2147483648\n" + Tabs +
+                                     "part = -92233720368547.75808\n" + Tabs +
+                                     "a_key_of_20_letters_ = \"a \\\"\\\\\"\n";
+        for ( int32 Capacity = 0; Capacity < 300; ++Capacity )
+        {
+            CZanArray<uint8> Bytes;
+            Bytes.Reserve( Capacity );
+            CMemoryFile File( Bytes, FILE_TEXT, OPEN_WRITE );
+            CWriter Writer( &File );
+            Writer.SetIndent( Depth );
+            Writer.WriteStatement( "count", std::numeric_limits<int32>::min() );
+            Writer.WriteStatement( "part", std::numeric_limits<CFixedPoint>::lowest() );
+            Writer.WriteStatement( "a_key_of_20_letters_", "a \"\\" );
+            REQUIRE( std::string( Bytes.GetIterStart(), Bytes.GetIterEnd() ) == Expected );
+        }
+    }
+}
+
 TEST_CASE( "A writer keeps its form, and may own its file", "[persistence]" )
 {
     CZanArray<uint8> Bytes;
