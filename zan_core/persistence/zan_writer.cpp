@@ -217,12 +217,11 @@ void CWriter::WriteUint( uint32 Value ) { WriteNumber( NToken::Unsigned, Value )
 template <typename TPut>
 inline bool CWriter::TryWriteLine( CZanStringView Key, int64 MaxSize, const TPut& Put )
 {
-    static_cast<void>( zan_expects( !_bBinary, "A statement in words for a file of the binary form" ) );
     constexpr int64 MaxRoom = 1 << 24;
     constexpr CZanStringView Assign = " = ";
     const int32 TabCount = std::max( _Indent, 0 );
     const int64 Room = MaxSize + Key.GetSize() + TabCount + Assign.GetSize() + 1;
-    if ( TabCount > Tabs.GetSize() || Room > MaxRoom )
+    if ( _bBinary || TabCount > Tabs.GetSize() || Room > MaxRoom )
     {
         return false;
     }
@@ -258,6 +257,7 @@ inline void CWriter::WriteNumberLine( CZanStringView Key, T Value )
 
 void CWriter::WriteKey( CZanStringView Key )
 {
+    static_cast<void>( zan_expects( !_bBinary, "A statement in words for a file of the binary form" ) );
     WriteIndent();
     Write( Key );
     WriteToken( NToken::Blank );

@@ -2,6 +2,7 @@
 
 #include "zan_core/persistence/lexer.h"
 #include "zan_test/include/zan_test_catch.h"
+#include "zan_test/include/zan_test_logger.h"
 
 #include <functional>
 #include <limits>
@@ -105,6 +106,12 @@ TEST_CASE( "Statements are lines, be there room for them at hand or not", "[pers
             REQUIRE( std::string( Bytes.GetIterStart(), Bytes.GetIterEnd() ) == Expected );
         }
     }
+#if defined( ZAN_CHECK_PRECONDITIONS )
+    const NZanTestUtils::CLogCapture Log;
+    Write( FILE_BINARY, []( CWriter& Writer ) { Writer.WriteStatement( "count", 1 ); } );
+    REQUIRE(
+        Log.GetOnlyMessage() == "Assertion failed: A statement in words for a file of the binary form\n" );
+#endif
 }
 
 TEST_CASE( "A writer keeps its form, and may own its file", "[persistence]" )
